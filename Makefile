@@ -1,0 +1,43 @@
+# The project's commands. `make demo` prints the report of the bundled
+# example cluster; `make test` builds and runs every test. Both install what
+# the build needs first (tools/install-deps).
+
+BUILD ?= build
+JOBS ?= $(shell nproc)
+BUILD_TYPE ?= RelWithDebInfo
+CMAKE_FLAGS ?=
+
+.PHONY: all deps configure build test demo bench fuzz format format-check clean
+
+all: build
+
+deps:
+	@tools/install-deps
+
+configure: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_FLAGS)
+
+build: configure
+	cmake --build $(BUILD) -j $(JOBS)
+
+test: build
+	ctest --test-dir $(BUILD) -j $(JOBS) --output-on-failure
+
+demo: configure
+	@cmake --build $(BUILD) -j $(JOBS) --target vesk-report >/dev/null
+	@$(BUILD)/cli/vesk-report --demo --width 0
+
+bench: deps
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release \
+	  -DVESK_BUILD_BENCH=ON -DVESK_BUILD_TESTS=OFF $(CMAKE_FLAGS)
+	cmake --build build-bench -j $(JOBS)
+	bench/run-all build-bench
+
+format:
+	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i
+
+format-check: format
+	git diff --exit-code
+
+clean:
+	rm -rf build build-* 

@@ -1,0 +1,89 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: fwd.hpp
+//
+// Group keys and framework definitions.
+//
+// A group key is a std::bitset<5>: bits 0 and 1 hold the result kind
+// (vesk::postprocessor::Type; 3 = all observations), bits 2 and 3 the
+// severity band (vesk::postprocessor::Severity: 4 warning, 8 critical) and
+// bit 4 (16) the upper side of the severity threshold, whose results make
+// the run FAIL. CompareBitset orders keys by their numeric value.
+//
+// A framework definition (Fwd) is one rule set of the analysis. Definitions
+// form a tree through FwdNode: a node holds branches, each branch a list of
+// child nodes, each child node one child definition. FWDAttributes holds all
+// definitions by name, plus the host's own views of the tree.
+//
+// Example:
+//
+//   auto cpu = std::make_shared<vesk::Fwd>();
+//   cpu->name = "/opt/fwd/cpu.xml";
+//   cpu->title = "CPU";
+//   cpu->rule_names = {"cpu-freq"};
+//   config.fwd_attributes->fwds[cpu->name] = cpu;
+//   config.fwd_attributes->fwd_name_order.push_back(cpu->name);
+
+#ifndef VESK_COMMON_FWD_HPP_
+#define VESK_COMMON_FWD_HPP_
+
+#include <bitset>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace vesk {
+
+// CompareBitset
+//
+// Orders group keys by their value as an unsigned number, so every map keyed
+// by a group key iterates from key 0 upward.
+struct CompareBitset {
+  bool operator()(std::bitset<5> const& a, std::bitset<5> const& b) const {
+    return a.to_ulong() < b.to_ulong();
+  }
+};
+
+struct Fwd;
+
+// FwdNode
+//
+// A place in the framework definition tree: the definition there and its
+// children, walked branch by branch in stored order.
+struct FwdNode {
+  std::weak_ptr<Fwd> fwd;
+  std::vector<std::vector<std::shared_ptr<FwdNode>>> branches;
+};
+
+// Fwd
+//
+// One framework definition. `passed` starts true and is cleared when the
+// definition fails; `counts` holds its result counts per group key.
+// `node` is null for a definition without children.
+struct Fwd {
+  std::set<std::string> rule_names;
+  std::string name;   // a file name, such as "/opt/fwd/cpu.xml"
+  std::string title;  // "" = not listed in the validation block
+  bool passed = true;
+  std::map<std::bitset<5>, int, CompareBitset> counts;
+  std::shared_ptr<FwdNode> node;
+  bool skipped = false;
+};
+
+// FWDAttributes
+//
+// Every framework definition by name, the order in which the host defined
+// them, and three lists of tree nodes that belong to the host.
+struct FWDAttributes {
+  std::map<std::string, std::shared_ptr<Fwd>> fwds;
+  std::vector<std::string> fwd_name_order;
+  std::vector<std::shared_ptr<FwdNode>> roots;
+  std::vector<std::shared_ptr<FwdNode>> selected;
+  std::vector<std::shared_ptr<FwdNode>> excluded;
+};
+
+}  // namespace vesk
+
+#endif  // VESK_COMMON_FWD_HPP_
