@@ -25,7 +25,7 @@ test: build
 
 demo: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target vesk-report >/dev/null
-	@$(BUILD)/cli/vesk-report --demo --width 0
+	@$(BUILD)/cli/vesk-report --demo
 
 bench: deps
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release \
