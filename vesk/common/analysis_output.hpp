@@ -82,8 +82,9 @@ struct VESK_API CollapsedAnalysisOutput {
 
   // get_id(), get_message(), get_remedy(), get_row_id()
   //
-  // Copies of the representative's fields; empty values when `outputs` is
-  // empty.
+  // Copies of the representative's fields (the first element of
+  // `outputs`); empty values ("" or an empty set) when `outputs` is empty or
+  // its first element is null.
   std::string get_id() const;
   std::string get_message() const;
   std::string get_remedy() const;
