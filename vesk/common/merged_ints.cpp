@@ -1,0 +1,87 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// The integer-list compressor behind every bracketed node list: a set of
+// numbers written as ranges in the syntax that the usual cluster tools
+// expand back ("1-3,10", "08-09,010-011").
+
+#include "vesk/common/str.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace vesk {
+namespace str {
+
+namespace {
+
+// Decimal digits of a value as std::to_string writes them, sign included.
+// Every int fits in 11 characters ("-2147483648").
+struct Decimal {
+  char text[16];
+  std::size_t size;
+};
+
+Decimal to_decimal(int value) {
+  Decimal d{};
+  auto const [end, ec] = std::to_chars(d.text, d.text + sizeof(d.text), value);
+  (void)ec;  // cannot fail: the buffer holds every int
+  d.size = static_cast<std::size_t>(end - d.text);
+  return d;
+}
+
+// Appends `zeroes` '0' characters and the value's digits.
+void append_value(std::string& out, int zeroes, Decimal const& d) {
+  if (zeroes > 0) out.append(static_cast<std::size_t>(zeroes), '0');
+  out.append(d.text, d.size);
+}
+
+}  // namespace
+
+std::string get_merged_ints(std::vector<int> const& values, bool& bracket,
+                            int zeroes) {
+  bracket = false;
+  if (values.empty()) return "";
+
+  std::vector<int> sorted(values);
+  std::sort(sorted.begin(), sorted.end());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  bracket = sorted.size() > 1;
+
+  // The padding is the same for every value, so two renderings have the same
+  // length exactly when their decimal digits do.
+  std::string out;
+  std::size_t const n = sorted.size();
+  std::size_t i = 0;
+  while (i < n) {
+    Decimal const first = to_decimal(sorted[i]);
+    std::size_t j = i;
+    Decimal last = first;
+    while (j + 1 < n) {
+      // Compared in 64 bits so that INT_MAX has no successor to overflow to.
+      if (static_cast<std::int64_t>(sorted[j + 1]) !=
+          static_cast<std::int64_t>(sorted[j]) + 1) {
+        break;
+      }
+      Decimal const next = to_decimal(sorted[j + 1]);
+      if (next.size != first.size) break;
+      last = next;
+      ++j;
+    }
+    if (!out.empty()) out.push_back(',');
+    append_value(out, zeroes, first);
+    if (j > i) {
+      out.push_back('-');
+      append_value(out, zeroes, last);
+    }
+    i = j + 1;
+  }
+  return out;
+}
+
+}  // namespace str
+}  // namespace vesk
