@@ -1,0 +1,385 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// Framework definition population: each definition's observations (its own
+// and, without repeats, those of the definitions below it), its pass flag,
+// and its counts of observations and diagnoses per group key. The work is
+// done by FwdIndex; the public operations build one for a single call,
+// fillOutputData one for all definitions.
+
+#include <algorithm>
+#include <bitset>
+#include <cassert>
+#include <iostream>
+#include <string>
+#include <type_traits>
+#include <unordered_set>
+#include <utility>
+
+#include "vesk/common/str.hpp"
+#include "vesk/common/vocabulary.hpp"
+#include "vesk/postprocessor/detail/finding_key.hpp"
+#include "vesk/postprocessor/detail/fwd_index.hpp"
+#include "vesk/postprocessor/utility_functions.hpp"
+
+namespace vesk {
+namespace postprocessor {
+
+int UtilityFunctions::FWDObservations(Fwd const& fwd,
+                                      PostprocessorExtensionData const& data,
+                                      CollapsedList& result) {
+  detail::FwdIndex index(data);
+  return index.observations(fwd, result);
+}
+
+int UtilityFunctions::PopulateFWD(Fwd& fwd,
+                                  PostprocessorExtensionData const& data) {
+  detail::FwdIndex index(data);
+  return index.populate(fwd);
+}
+
+}  // namespace postprocessor
+
+namespace detail {
+namespace {
+
+using postprocessor::UtilityFunctions;
+
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+std::string const& first_id(CollapsedAnalysisOutput const& output) {
+  static std::string const kEmpty;
+  if (output.outputs.empty() || !output.outputs.front()) return kEmpty;
+  return output.outputs.front()->id;
+}
+
+// The severity number that stands for a collapsed output: its first raw
+// result's, 0 when it has none.
+int severity_of(CollapsedAnalysisOutput const& output) {
+  if (output.outputs.empty() || !output.outputs.front()) return 0;
+  return output.outputs.front()->severity;
+}
+
+// Group key of one band in this step: bit 4 when the band's highest number
+// is at or above the threshold.
+unsigned band_key(std::tuple<int, int, postprocessor::Severity> const& band,
+                  int threshold) {
+  unsigned key = static_cast<unsigned>(std::get<2>(band));
+  if (std::get<1>(band) >= threshold) key += 16u;
+  return key & 0xFFu;
+}
+
+// Appends `entries` to `result`, leaving out an output whose key `seen`
+// already holds; an output without raw results is always appended.
+template <typename Out>
+void append_new(std::vector<FwdIndex::Entry> const& entries, Out& result,
+                std::unordered_set<FindingKey, FindingKeyHash>& seen) {
+  for (auto const& entry : entries) {
+    CollapsedAnalysisOutput const& output = **entry;
+    if (!output.outputs.empty() && output.outputs.front()) {
+      if (!seen.insert(finding_key(*output.outputs.front())).second) continue;
+    }
+    if constexpr (std::is_same_v<typename Out::value_type, FwdIndex::Entry>) {
+      result.push_back(entry);
+    } else {
+      result.push_back(*entry);
+    }
+  }
+}
+
+void remember(std::unordered_set<FindingKey, FindingKeyHash>& seen,
+              CollapsedAnalysisOutput const& output) {
+  if (!output.outputs.empty() && output.outputs.front()) {
+    seen.insert(finding_key(*output.outputs.front()));
+  }
+}
+
+}  // namespace
+
+FwdIndex::FwdIndex(postprocessor::PostprocessorExtensionData const& data)
+    : data_(data) {}
+
+// Rebuilds the scan when the band table is not the one it was made with.
+// The scan is the list of observations that every definition tests, in
+// order: per band, the first and then the second kind's group.
+void FwdIndex::refresh() {
+  Table current(postprocessor::severity_bands.begin(),
+                postprocessor::severity_bands.end());
+  if (scanned_ && current == table_) return;
+  table_ = std::move(current);
+  scanned_ = true;
+  scan_.clear();
+  by_sign_.clear();
+  by_name_sign_.clear();
+  lists_.clear();
+  assert(data_.sorted_outputs && "sorted_outputs not filled");
+  if (data_.sorted_outputs) {
+    for (auto const& [name, band] : table_) {
+      unsigned const base = band_key(band, data_.severity_threshold);
+      for (unsigned kind : {1u, 2u}) {
+        auto group =
+            data_.sorted_outputs->find(std::bitset<5>((base | kind) & 31u));
+        if (group == data_.sorted_outputs->end()) continue;
+        for (auto const& output : group->second) scan_.push_back(&output);
+      }
+    }
+  }
+  first_unmapped_ = scan_.size();
+  std::vector<std::string const*> distinct;
+  for (std::size_t i = 0; i < scan_.size(); ++i) {
+    std::string const& id = first_id(**scan_[i]);
+    std::string const short_id = str::remove_sub_id(id);
+    bool const provider = short_id == vesk::PROVIDER_ERROR_CODE;
+    std::vector<std::string> const* signs = nullptr;
+    assert(data_.observation_signs && "observation_signs not filled");
+    if (data_.observation_signs) {
+      auto found = data_.observation_signs->find(provider ? id : short_id);
+      if (found != data_.observation_signs->end()) signs = &found->second;
+    }
+    if (signs == nullptr) {
+      first_unmapped_ = i;
+      break;
+    }
+    distinct.clear();
+    for (auto const& sign : *signs) distinct.push_back(&sign);
+    std::sort(distinct.begin(), distinct.end(),
+              [](auto const* a, auto const* b) { return *a < *b; });
+    distinct.erase(
+        std::unique(distinct.begin(), distinct.end(),
+                    [](auto const* a, auto const* b) { return *a == *b; }),
+        distinct.end());
+    auto& index = provider ? by_name_sign_ : by_sign_;
+    for (auto const* sign : distinct) {
+      index[*sign].push_back(static_cast<std::uint32_t>(i));
+    }
+  }
+}
+
+void FwdIndex::write_observation_error() const {
+  std::cerr << ("Error mapping observation" +
+                first_id(**scan_[first_unmapped_]) +
+                " to the rule/Framework Definition that triggered it.\n");
+}
+
+// Positions in the scan (before the first unmapped one) of the observations
+// that belong to `fwd` itself: a sign among its rule names or equal to its
+// name; for a provider error, a sign equal to its name.
+void FwdIndex::own_positions(Fwd const& fwd,
+                             std::vector<std::uint32_t>& positions) {
+  positions.clear();
+  auto take = [&](auto const& index, std::string const& sign) {
+    auto found = index.find(sign);
+    if (found == index.end()) return;
+    positions.insert(positions.end(), found->second.begin(),
+                     found->second.end());
+  };
+  if (!by_sign_.empty()) {
+    for (auto const& rule : fwd.rule_names) take(by_sign_, rule);
+    take(by_sign_, fwd.name);
+  }
+  take(by_name_sign_, fwd.name);
+  std::sort(positions.begin(), positions.end());
+  positions.erase(std::unique(positions.begin(), positions.end()),
+                  positions.end());
+}
+
+// The full list of `fwd`, made once per scan. Only called when every
+// scanned observation maps.
+std::vector<FwdIndex::Entry> const& FwdIndex::list_of(Fwd const& fwd) {
+  auto [slot, fresh] = lists_.try_emplace(&fwd);
+  if (!fresh) {
+    // A definition that is its own descendant would recurse for ever; its
+    // inner occurrence contributes nothing.
+    static std::vector<Entry> const kNothing;
+    return slot->second ? *slot->second : kNothing;
+  }
+  std::vector<Entry> list;
+  std::vector<std::uint32_t> positions;
+  own_positions(fwd, positions);
+  for (auto position : positions) list.push_back(scan_[position]);
+  if (fwd.node) {
+    std::unordered_set<FindingKey, FindingKeyHash> seen;
+    for (auto const& entry : list) remember(seen, **entry);
+    for (auto const& branch : fwd.node->branches) {
+      for (auto const& child_node : branch) {
+        if (!child_node) continue;
+        auto child = child_node->fwd.lock();
+        if (!child) continue;
+        auto const& child_list = list_of(*child);
+        append_new(child_list, list, seen);
+      }
+    }
+  }
+  // list_of() may have added entries; find the slot again.
+  auto& stored = lists_[&fwd];
+  stored = std::move(list);
+  return *stored;
+}
+
+int FwdIndex::observations(Fwd const& fwd, std::vector<CollapsedPtr>& result) {
+  refresh();
+  if (first_unmapped_ < scan_.size()) {
+    std::vector<std::uint32_t> positions;
+    own_positions(fwd, positions);
+    for (auto position : positions) result.push_back(*scan_[position]);
+    write_observation_error();
+    return 1;
+  }
+  if (result.empty()) {
+    for (auto const& entry : list_of(fwd)) result.push_back(*entry);
+    return 0;
+  }
+  // Entries already in `result` take part in the test for repeats.
+  std::vector<std::uint32_t> positions;
+  own_positions(fwd, positions);
+  for (auto position : positions) result.push_back(*scan_[position]);
+  if (fwd.node) {
+    std::unordered_set<FindingKey, FindingKeyHash> seen;
+    for (auto const& output : result) {
+      if (output) remember(seen, *output);
+    }
+    for (auto const& branch : fwd.node->branches) {
+      for (auto const& child_node : branch) {
+        if (!child_node) continue;
+        auto child = child_node->fwd.lock();
+        if (!child) continue;
+        append_new(list_of(*child), result, seen);
+      }
+    }
+  }
+  return 0;
+}
+
+int FwdIndex::severity_value(int severity) {
+  auto cached = severity_values_.find(severity);
+  if (cached != severity_values_.end()) return cached->second;
+  std::size_t const rows = postprocessor::severity_bands.size();
+  std::string const name =
+      str::lower(UtilityFunctions().get_severity_string(severity));
+  // The index operator adds a row for a name that is missing ("" for a
+  // severity outside every band); that row then stays in the table.
+  int const value =
+      static_cast<int>(std::get<2>(postprocessor::severity_bands[name]));
+  if (postprocessor::severity_bands.size() != rows) severity_values_.clear();
+  severity_values_.emplace(severity, value);
+  return value;
+}
+
+FwdIndex::DiagnosisGroup const& FwdIndex::diagnosis_group(
+    unsigned key, std::vector<CollapsedPtr> const& group) {
+  auto& slot = diagnosis_groups_[key & 31u];
+  if (slot) return *slot;
+  slot.emplace();
+  DiagnosisGroup& info = *slot;
+  info.first_unmapped = kNone;
+  for (std::size_t i = 0; i < group.size(); ++i) {
+    std::vector<std::string> const* triggers = nullptr;
+    assert(data_.diagnosis_observations && "diagnosis_observations not filled");
+    if (data_.diagnosis_observations) {
+      std::string const id = group[i] ? group[i]->get_id() : std::string();
+      auto found = data_.diagnosis_observations->find(str::remove_sub_id(id));
+      if (found != data_.diagnosis_observations->end()) {
+        triggers = &found->second;
+      }
+    }
+    if (triggers == nullptr) {
+      info.first_unmapped = i;
+      break;
+    }
+    info.triggers.push_back(triggers);
+    info.trigger_entries += triggers->size();
+    for (auto const& trigger : *triggers) {
+      auto& positions = info.by_trigger[trigger];
+      if (positions.empty() || positions.back() != i) {
+        positions.push_back(static_cast<std::uint32_t>(i));
+      }
+    }
+  }
+  return info;
+}
+
+int FwdIndex::populate(Fwd& fwd) {
+  refresh();
+  if (first_unmapped_ < scan_.size()) {
+    write_observation_error();
+    return 1;
+  }
+  std::vector<Entry> const list = list_of(fwd);
+  if (list.empty()) return 0;
+  int const threshold = data_.severity_threshold;
+
+  for (auto const& entry : list) {
+    if (severity_of(**entry) >= threshold) {
+      fwd.passed = false;
+      break;
+    }
+  }
+
+  for (auto const& entry : list) {
+    int const severity = severity_of(**entry);
+    unsigned key = severity >= threshold ? 16u : 0u;
+    key |= static_cast<unsigned>(severity_value(severity));
+    key = ((key & 0xFFu) | 3u) & 31u;
+    ++fwd.counts[std::bitset<5>(key)];
+  }
+
+  if (!data_.sorted_outputs) return 0;
+  std::unordered_set<std::string> usable_ids;
+  bool have_usable_ids = false;
+  std::vector<std::uint32_t> marks;
+  // The band table may have grown in the step above; walk it as it is now.
+  for (auto const& [name, band] : postprocessor::severity_bands) {
+    unsigned const key = band_key(band, threshold) & 31u;
+    auto group = data_.sorted_outputs->find(std::bitset<5>(key));
+    if (group == data_.sorted_outputs->end() || group->second.empty()) {
+      continue;
+    }
+    DiagnosisGroup const& info = diagnosis_group(key, group->second);
+    if (!have_usable_ids) {
+      have_usable_ids = true;
+      for (auto const& entry : list) {
+        CollapsedAnalysisOutput const& observation = **entry;
+        if (observation.outputs.empty() || !observation.outputs.front()) {
+          continue;
+        }
+        usable_ids.insert(
+            UtilityFunctions::get_usable_id(first_id(observation)));
+      }
+    }
+    // Diagnoses before the first unmapped one that some observation of the
+    // list triggered, each counted once.
+    int related = 0;
+    if (usable_ids.size() * 4 < info.trigger_entries) {
+      marks.assign(info.triggers.size(), 0);
+      for (auto const& id : usable_ids) {
+        auto found = info.by_trigger.find(id);
+        if (found == info.by_trigger.end()) continue;
+        for (auto position : found->second) {
+          if (marks[position] == 0) {
+            marks[position] = 1;
+            ++related;
+          }
+        }
+      }
+    } else {
+      for (auto const* triggers : info.triggers) {
+        for (auto const& trigger : *triggers) {
+          if (usable_ids.count(trigger) != 0) {
+            ++related;
+            break;
+          }
+        }
+      }
+    }
+    if (related > 0) fwd.counts[std::bitset<5>(key)] += related;
+    if (info.first_unmapped != kNone) {
+      std::cerr << ("Error mapping diagnosis " +
+                    group->second[info.first_unmapped]->get_id() +
+                    " to the observation(s) that triggered it.\n");
+      return 1;
+    }
+  }
+  return 0;
+}
+
+}  // namespace detail
+}  // namespace vesk
