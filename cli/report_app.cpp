@@ -1,0 +1,345 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: report_app.cpp
+//
+// The report's layout. For each of two sections, the issues contributing
+// to FAIL and then the other issues, a heading line and an empty line, then
+// one numbered list: the diagnoses (diagnosis form), then the observations,
+// each in descending group key order and, within a group, in list order;
+// every issue is followed by an empty line. A section without issues is
+// left out. Then the summary and the solution validation block. All of it
+// goes through the output log, so its order with the library's own text is
+// kept.
+
+#include "cli/report_app.hpp"
+
+#include <sys/ioctl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <new>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/demo_document.hpp"
+#include "cli/document_loader.hpp"
+#include "vesk/vesk.hpp"
+
+#include <CLI/CLI.hpp>
+
+#ifndef VESK_VERSION
+#define VESK_VERSION "unknown"
+#endif
+
+namespace vesk {
+namespace cli {
+namespace {
+
+using log::OutputLog;
+using postprocessor::PostprocessorExtensionData;
+using postprocessor::UtilityFunctions;
+
+constexpr char const* kSectionFail = "Issues contributing to FAIL";
+constexpr char const* kSectionOther = "Other issues";
+constexpr char const* kDemoLabel = "demo-cluster.json";
+constexpr char const* kStdinLabel = "(standard input)";
+
+// A command line that cannot be run.
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What a run came to; run() turns it into the exit status.
+enum class Outcome { kInfoShown, kPassed, kFailed, kUnmapped };
+
+struct Options {
+  std::optional<int> width;
+  std::optional<int> threshold;
+  std::optional<std::string> log_level;
+  bool syslog = false;
+  bool no_color = false;
+  bool demo = false;
+  std::optional<std::string> file;
+};
+
+// Registers a stream with the output log's sink for one run, and removes
+// it again, so a process that runs several reports (the tests) starts each
+// with the sink it had.
+class SinkRegistration {
+ public:
+  SinkRegistration(std::ostream& out, bool use_color) : out_(&out) {
+    if (!OutputLog::singleton_obj) {
+      OutputLog::singleton_obj = std::make_unique<OutputLog::OutputLogStream>();
+    }
+    OutputLog::singleton_obj->streams.push_back({out_, use_color});
+  }
+  ~SinkRegistration() {
+    if (!OutputLog::singleton_obj) return;
+    auto& streams = OutputLog::singleton_obj->streams;
+    auto found = std::find_if(streams.rbegin(), streams.rend(),
+                              [&](auto const& s) { return s.stream == out_; });
+    if (found != streams.rend()) streams.erase(std::next(found).base());
+  }
+  SinkRegistration(SinkRegistration const&) = delete;
+  SinkRegistration& operator=(SinkRegistration const&) = delete;
+
+ private:
+  std::ostream* out_;
+};
+
+// Keeps the process-wide log settings of the caller across a run.
+class LogSettingsGuard {
+ public:
+  LogSettingsGuard() : level_(log::LOG_LEVEL), output_(log::LOG_OUTPUT) {}
+  ~LogSettingsGuard() {
+    if (log::LOG_OUTPUT != 0 && output_ == 0) ::closelog();
+    log::LOG_LEVEL = level_;
+    log::LOG_OUTPUT = output_;
+  }
+  LogSettingsGuard(LogSettingsGuard const&) = delete;
+  LogSettingsGuard& operator=(LogSettingsGuard const&) = delete;
+
+ private:
+  std::int32_t level_;
+  std::int32_t output_;
+};
+
+std::string help_footer() {
+  return "FILE is an analysis result document (JSON); \"-\", or no FILE "
+         "with standard input\nnot a terminal, reads standard input. See "
+         "vesk-report(1) for its format.\n\nExit status: 0 the run passed, 1 "
+         "it failed, 2 bad usage or input, 3 the report\nwas printed but a "
+         "result could not be mapped.";
+}
+
+// Parses the command line. Returns false when --help or --version was
+// answered on `out`.
+bool parse_options(std::vector<std::string> const& args, Options& options,
+                   std::ostream& out) {
+  CLI::App app("Prints the report of a cluster health check's results.",
+               "vesk-report");
+  app.footer(help_footer());
+  app.set_version_flag("--version", std::string("vesk-report ") + VESK_VERSION,
+                       "Print the version and exit");
+  int width = 0;
+  int threshold = 0;
+  std::string level;
+  std::string file;
+  auto* width_option =
+      app.add_option("--width", width,
+                     "Wrap the report at N columns (0: do not wrap; default: "
+                     "the console width)")
+          ->type_name("N")
+          ->check(CLI::NonNegativeNumber);
+  auto* threshold_option =
+      app.add_option("--threshold", threshold,
+                     "Severity at and above which an issue contributes to "
+                     "FAIL (overrides the document's)")
+          ->type_name("N");
+  auto* level_option = app.add_option("--log-level", level,
+                                      "Log level: debug, info, notice, "
+                                      "warning, error, critical or alert "
+                                      "(overrides the document's)")
+                           ->type_name("NAME");
+  app.add_flag("--syslog", options.syslog,
+               "Send diagnostic messages to the system log");
+  app.add_flag("--no-color", options.no_color, "Never colour the output");
+  app.add_flag("--demo", options.demo,
+               "Print the report of the bundled example cluster");
+  auto* file_option =
+      app.add_option("FILE", file, "The analysis result document")
+          ->type_name("");
+
+  std::vector<std::string> reversed(args.rbegin(), args.rend());
+  try {
+    app.parse(reversed);
+  } catch (CLI::CallForHelp const&) {
+    out << app.help();
+    return false;
+  } catch (CLI::CallForVersion const& e) {
+    out << e.what() << "\n";
+    return false;
+  } catch (CLI::ParseError const& e) {
+    throw UsageError(std::string(e.what()) + " (see --help)");
+  }
+  if (width_option->count() != 0) options.width = width;
+  if (threshold_option->count() != 0) options.threshold = threshold;
+  if (level_option->count() != 0) {
+    if (log_levels.count(level) == 0) {
+      throw UsageError(
+          "--log-level: expected one of alert, critical, debug, "
+          "error, info, notice, warning, found \"" +
+          level + "\"");
+    }
+    options.log_level = level;
+  }
+  if (file_option->count() != 0) options.file = file;
+  if (options.demo && options.file) {
+    throw UsageError("--demo takes no FILE (see --help)");
+  }
+  if (!options.demo && !options.file && ::isatty(STDIN_FILENO) != 0) {
+    throw UsageError(
+        "no FILE given and standard input is a terminal (see --help)");
+  }
+  return true;
+}
+
+void print_text(std::string const& text) {
+  OutputLog log(OutputLog::NO_COLOR);
+  log << text;
+}
+
+std::size_t digit_count(std::size_t number) {
+  std::size_t digits = 1;
+  while (number >= 10) {
+    number /= 10;
+    ++digits;
+  }
+  return digits;
+}
+
+// One section of issues: those whose group keys have bit 4 set (`fail`
+// true) or clear.
+void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
+                   bool fail, char const* heading) {
+  if (!data.sorted_outputs) return;
+  std::vector<std::pair<std::shared_ptr<CollapsedAnalysisOutput>, bool>> issues;
+  for (bool const diagnoses : {true, false}) {
+    for (auto group = data.sorted_outputs->rbegin();
+         group != data.sorted_outputs->rend(); ++group) {
+      unsigned long const key = group->first.to_ulong();
+      if (((key & 16) != 0) != fail) continue;
+      if (((key & 3) == 0) != diagnoses) continue;
+      for (auto const& output : group->second) {
+        issues.emplace_back(output, diagnoses);
+      }
+    }
+  }
+  if (issues.empty()) return;
+  print_text(std::string(heading) + "\n\n");
+  int const number_width = static_cast<int>(digit_count(issues.size()));
+  int number = 0;
+  for (auto const& [output, diagnosis_form] : issues) {
+    uf.PrintOutput(output, data, ++number, number_width, "", diagnosis_form);
+    print_text("\n");
+  }
+}
+
+int console_width(int fd) {
+  struct winsize size {};
+  if (::ioctl(fd, TIOCGWINSZ, &size) != 0) return 0;
+  return size.ws_col;
+}
+
+// Loads the document, prints the report.
+Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
+                   std::ostream& err, std::string& label) {
+  Options options;
+  if (!parse_options(args, options, out)) return Outcome::kInfoShown;
+
+  Config config;
+  LoadedSettings settings;
+  if (options.demo) {
+    label = kDemoLabel;
+    load_text(std::string_view(reinterpret_cast<char const*>(kDemoDocument),
+                               kDemoDocumentSize),
+              label, config, settings, err);
+  } else {
+    std::string const path = options.file.value_or("-");
+    label = path == "-" ? kStdinLabel : path;
+    load_file(path, label, config, settings, err);
+  }
+  if (options.threshold) config.severity_threshold = *options.threshold;
+  if (options.log_level) settings.log_level = options.log_level;
+
+  if (options.syslog) {
+    ::openlog("vesk-report", LOG_PID, LOG_USER);
+    log::LOG_OUTPUT = 1;
+  }
+  PostprocessorExtensionData data;
+  if (settings.log_level) {
+    data.log_level = *settings.log_level;
+    log::LOG_LEVEL = log_levels.at(*settings.log_level);
+  }
+  data.reports =
+      std::make_shared<std::map<std::string, templates::Reports_t>>();
+  (*data.reports)["text"] = templates::Reports_t{"text", ""};
+
+  bool const use_color =
+      &out == &std::cout && ::isatty(STDOUT_FILENO) != 0 && !options.no_color;
+  SinkRegistration registration(out, use_color);
+
+  UtilityFunctions uf;
+  bool unmapped = uf.fillOutputData(config, data) != 0;
+  if (options.width) {
+    data.terminal_width = *options.width;
+  } else if (data.terminal_width == 0 && &out == &std::cout &&
+             ::isatty(STDOUT_FILENO) != 0) {
+    data.terminal_width = console_width(STDOUT_FILENO);
+  }
+  print_section(uf, data, true, kSectionFail);
+  print_section(uf, data, false, kSectionOther);
+  unmapped = uf.Summarize(data) != 0 || unmapped;
+  unmapped = uf.print_validation(data) != 0 || unmapped;
+  postprocessor::release_links(data);
+
+  if (unmapped) return Outcome::kUnmapped;
+  return data.overall_pass ? Outcome::kPassed : Outcome::kFailed;
+}
+
+// The one place where a failure becomes the line on standard error.
+std::string error_line(std::exception_ptr const& error,
+                       std::string const& label) {
+  std::string const file = label.empty() ? "" : label;
+  try {
+    std::rethrow_exception(error);
+  } catch (UsageError const& e) {
+    return std::string("vesk-report: ") + e.what();
+  } catch (InputError const& e) {
+    return "vesk-report: " + file + (e.place.empty() ? "" : ":" + e.place) +
+           ": " + e.what();
+  } catch (std::bad_alloc const&) {
+    return "vesk-report: " + file + ": expected less data (out of memory)";
+  } catch (std::exception const& e) {
+    return "vesk-report: " + file + ": " + e.what();
+  } catch (...) {
+    return "vesk-report: " + file + ": unexpected failure";
+  }
+}
+
+}  // namespace
+
+int run(std::vector<std::string> const& args, std::ostream& out,
+        std::ostream& err) {
+  LogSettingsGuard log_settings;
+  std::string label;
+  std::optional<Outcome> outcome;
+  try {
+    outcome = run_report(args, out, err, label);
+  } catch (...) {
+    err << error_line(std::current_exception(), label) << "\n";
+  }
+
+  if (!outcome) return kExitBadInput;
+  switch (*outcome) {
+    case Outcome::kInfoShown:
+    case Outcome::kPassed:
+      return kExitPassed;
+    case Outcome::kFailed:
+      return kExitFailed;
+    case Outcome::kUnmapped:
+      return kExitUnmapped;
+  }
+  return kExitBadInput;
+}
+
+}  // namespace cli
+}  // namespace vesk
