@@ -4,8 +4,45 @@
 
 #include <wordexp.h>
 
+#include <cstddef>
+
 namespace vesk {
 namespace str {
+namespace {
+
+// The text with its unquoted blanks escaped, so that word expansion takes
+// it as one word and keeps the blanks as they are. A newline cannot be
+// escaped with a backslash (that joins the lines), so it is quoted. Blanks
+// inside quotes and after a backslash are already literal.
+std::string escape_blanks(std::string const& text) {
+  std::string escaped;
+  escaped.reserve(text.size() + text.size() / 4);
+  char quote = 0;  // the open quote character, 0 outside quotes
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    char const c = text[i];
+    if (quote == '\'') {
+      escaped += c;
+      if (c == '\'') quote = 0;
+    } else if (c == '\\') {
+      escaped += c;
+      if (i + 1 < text.size()) escaped += text[++i];
+    } else if (quote == '"') {
+      escaped += c;
+      if (c == '"') quote = 0;
+    } else if (c == ' ' || c == '\t') {
+      escaped += '\\';
+      escaped += c;
+    } else if (c == '\n') {
+      escaped += "'\n'";
+    } else {
+      if (c == '\'' || c == '"') quote = c;
+      escaped += c;
+    }
+  }
+  return escaped;
+}
+
+}  // namespace
 
 std::string remove_sub_id(std::string const& id) {
   return id.substr(0, id.find('#'));
@@ -43,20 +80,21 @@ std::string dirname(std::string const& path) {
 }
 
 std::string wordexp(std::string const& text) {
-  // Blanks would split the text into several words; escaped, they stay as
-  // they are and the text expands as one word.
-  std::string escaped;
-  escaped.reserve(text.size());
-  for (char const c : text) {
-    if (c == ' ' || c == '\t' || c == '\n') escaped += '\\';
-    escaped += c;
-  }
+  std::string const escaped = escape_blanks(text);
   wordexp_t words{};
-  if (::wordexp(escaped.c_str(), &words, WRDE_NOCMD) != 0) {
+  int const rc = ::wordexp(escaped.c_str(), &words, WRDE_NOCMD);
+  if (rc != 0) {
+    // Only a failure for lack of memory leaves words to free.
+    if (rc == WRDE_NOSPACE) ::wordfree(&words);
     return text;
   }
-  std::string result = text;
-  if (words.we_wordc == 1) result = words.we_wordv[0];
+  // A variable's value or a file name pattern may still expand to several
+  // fields, or to none; the fields are joined as the shell would print them.
+  std::string result;
+  for (std::size_t i = 0; i < words.we_wordc; ++i) {
+    if (i > 0) result += ' ';
+    result += words.we_wordv[i];
+  }
   ::wordfree(&words);
   return result;
 }
