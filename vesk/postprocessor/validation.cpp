@@ -1,0 +1,47 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// The solution validation block: PASS or FAIL for every framework definition
+// that has a title. The block is gathered whole before anything is written,
+// so that a mapping failure leaves no partial block behind.
+
+#include <ostream>
+#include <sstream>
+#include <string>
+
+#include "vesk/common/str.hpp"
+#include "vesk/log/output_log.hpp"
+#include "vesk/postprocessor/utility_functions.hpp"
+
+namespace vesk {
+namespace postprocessor {
+
+int UtilityFunctions::print_validation(PostprocessorExtensionData const& data) {
+  if (!data.fwd_attributes || data.fwd_attributes->fwds.empty()) return 0;
+
+  std::stringstream buffer;
+  buffer << "Solution Validation Results\n";
+  bool listed = false;
+  for (auto const& [name, fwd] : data.fwd_attributes->fwds) {
+    if (!fwd || fwd->title.empty()) continue;
+    listed = true;
+    buffer << fwd->title << ": ";
+    // The verdict comes from a fresh collection alone, not from the pass
+    // flag, and any observation at all fails the definition here.
+    CollapsedList observations;
+    if (FWDObservations(*fwd, data, observations) != 0) return 1;
+    buffer << (observations.empty() ? "PASS\n\n" : "FAIL\n\n");
+  }
+  if (!listed) return 0;
+  buffer << std::string(80, '-');
+
+  {
+    log::OutputLog log(log::OutputLog::NO_COLOR);
+    log << str::word_wrap(buffer.str(), data.terminal_width, "");
+  }
+  log::OutputLog end(log::OutputLog::NO_COLOR);
+  end << std::endl;
+  return 0;
+}
+
+}  // namespace postprocessor
+}  // namespace vesk
