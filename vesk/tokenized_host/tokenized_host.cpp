@@ -225,15 +225,26 @@ Groups partition(Members const& members, KeyOf&& key_of) {
   Groups groups;
   std::unordered_map<std::string, std::uint32_t> index;
   std::string key;
+  // Names of one group often come in a row (a sorted list, one rack after
+  // another): the previous name's group is tried before hashing.
+  std::string last_key;
+  std::uint32_t last_group = 0;
   for (std::uint32_t const h : members) {
     key_of(h, key);
+    if (!groups.empty() && key == last_key) {
+      groups[last_group].push_back(h);
+      continue;
+    }
     auto const found = index.find(key);
     if (found != index.end()) {
-      groups[found->second].push_back(h);
+      last_group = found->second;
     } else {
-      index.emplace(key, static_cast<std::uint32_t>(groups.size()));
-      groups.push_back(Members{h});
+      last_group = static_cast<std::uint32_t>(groups.size());
+      index.emplace(key, last_group);
+      groups.emplace_back();
     }
+    groups[last_group].push_back(h);
+    last_key.swap(key);
   }
   return groups;
 }
