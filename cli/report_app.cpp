@@ -138,7 +138,7 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
                      "Wrap the report at N columns (0: do not wrap; default: "
                      "the console width)")
           ->type_name("N")
-          ->check(CLI::NonNegativeNumber);
+          ->check(CLI::Validator(CLI::NonNegativeNumber).description(""));
   auto* threshold_option =
       app.add_option("--threshold", threshold,
                      "Severity at and above which an issue contributes to "

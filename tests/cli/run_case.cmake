@@ -1,0 +1,53 @@
+# Runs vesk-report once and compares what it printed, byte for byte, with
+# the expected files, and its exit status with the expected one.
+#
+#   cmake -DEXE=path -DARGS="--width|80|file.json" -DWORKDIR=dir
+#         -DEXPECTED_OUT=file [-DEXPECTED_ERR=file] [-DSTDIN=file]
+#         -DEXPECTED_STATUS=n -P run_case.cmake
+#
+# The summary names a path made from the executable's own directory. To
+# keep that line short (so it never wraps at 80 columns) and the same in
+# every clone, the executable is copied to a fresh directory under /tmp
+# first, and that directory is written @BINDIR@ in the expected text.
+string(REPLACE "|" ";" args "${ARGS}")
+if(NOT STDIN)
+  set(STDIN /dev/null)
+endif()
+
+string(RANDOM LENGTH 8 ALPHABET abcdefghijklmnopqrstuvwxyz0123456789 tag)
+set(bindir /tmp/vesk-golden-${tag})
+file(MAKE_DIRECTORY ${bindir})
+file(COPY ${EXE} DESTINATION ${bindir})
+get_filename_component(exe_name ${EXE} NAME)
+
+execute_process(
+  COMMAND ${bindir}/${exe_name} ${args}
+  WORKING_DIRECTORY ${WORKDIR}
+  INPUT_FILE ${STDIN}
+  OUTPUT_VARIABLE out
+  ERROR_VARIABLE err
+  RESULT_VARIABLE status)
+file(REMOVE_RECURSE ${bindir})
+
+string(REPLACE "${bindir}" "@BINDIR@" out "${out}")
+set(failed FALSE)
+file(READ ${EXPECTED_OUT} expected_out)
+if(NOT out STREQUAL expected_out)
+  message("standard output differs from ${EXPECTED_OUT}; it was:\n${out}")
+  set(failed TRUE)
+endif()
+set(expected_err "")
+if(EXPECTED_ERR)
+  file(READ ${EXPECTED_ERR} expected_err)
+endif()
+if(NOT err STREQUAL expected_err)
+  message("standard error differs; expected:\n${expected_err}\nit was:\n${err}")
+  set(failed TRUE)
+endif()
+if(NOT status STREQUAL EXPECTED_STATUS)
+  message("exit status ${status}, expected ${EXPECTED_STATUS}")
+  set(failed TRUE)
+endif()
+if(failed)
+  message(FATAL_ERROR "vesk-report ${ARGS}: output not as expected")
+endif()
