@@ -311,6 +311,35 @@ TEST(OutputLogStream, FlushWithoutDestinationsClearsTheColour) {
   EXPECT_EQ(only.text(), "x");
 }
 
+TEST(OutputLogStream, DestinationWithoutStreamIsSkipped) {
+  ScopedSink sink(false);
+  CountingStream after;
+  sink.sink().streams.push_back({nullptr, true});
+  sink.sink().streams.push_back({&after, true});
+  sink.sink().set_color(OutputLog::RED);
+  EXPECT_EQ(sink.sink().current_color, 0);
+  {
+    OutputLog out(OutputLog::NO_COLOR);
+    out << "text";
+  }
+  // The reset belonged to the first destination, which has no stream.
+  EXPECT_EQ(after.text(), std::string(kRed) + "text");
+  EXPECT_EQ(sink.sink().current_color, -1);
+}
+
+TEST(OutputLogStream, DestroyingTheSinkKeepsStreamsAndReleasesFiles) {
+  ScopedSink sink(false);
+  CountingStream destination;
+  auto file = std::make_shared<StreamFileType>();
+  sink.sink().streams.push_back({&destination, false});
+  sink.sink().files.push_back(file);
+  EXPECT_EQ(file.use_count(), 2);
+  OutputLog::singleton_obj.reset();
+  EXPECT_EQ(file.use_count(), 1);
+  destination << "still usable";
+  EXPECT_EQ(destination.text(), "still usable");
+}
+
 TEST(OutputLog, IsAReadWriteStringStream) {
   ScopedSink sink(false);
   OutputLog out(OutputLog::NO_COLOR);

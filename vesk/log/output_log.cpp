@@ -19,13 +19,14 @@ void OutputLog::OutputLogStream::set_color(Colors color) {
   for (OutputStream& destination : streams) {
     if (color < 0) continue;
     if (static_cast<std::size_t>(color) >= colors.size()) {
-      std::cerr << "invalid color " << static_cast<std::int32_t>(color)
-                << "\n";
+      std::cerr << "invalid color " << static_cast<std::int32_t>(color) << "\n";
       throw std::exception();
     }
     if (destination.use_color) {
       current_color = color;
-      *destination.stream << colors[static_cast<std::size_t>(color)];
+      if (destination.stream != nullptr) {
+        *destination.stream << colors[static_cast<std::size_t>(color)];
+      }
     }
   }
 }
@@ -33,7 +34,9 @@ void OutputLog::OutputLogStream::set_color(Colors color) {
 void OutputLog::OutputLogStream::flush(std::stringstream& text) {
   for (OutputStream& destination : streams) {
     std::string const contents = text.str();
-    if (!contents.empty()) {
+    // A destination registered without a stream is skipped rather than
+    // dereferenced; it still ends the colour like any other.
+    if (!contents.empty() && destination.stream != nullptr) {
       destination.stream->write(contents.data(),
                                 static_cast<std::streamsize>(contents.size()));
       if (current_color >= 0 && destination.use_color) {

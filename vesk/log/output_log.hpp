@@ -47,7 +47,8 @@ namespace log {
 // OutputStream
 //
 // One registered destination: a stream the sink does not own, and whether
-// colour sequences may be written to it.
+// colour sequences may be written to it. A null stream is never written to;
+// otherwise it counts as a destination like any other.
 struct OutputStream {
   std::ostream* stream = nullptr;
   bool use_color = false;
