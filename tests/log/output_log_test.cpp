@@ -30,6 +30,39 @@ constexpr char kYellow[] = "\x1b[0;33m";
 constexpr char kGreen[] = "\x1b[0;32m";
 constexpr char kReset[] = "\x1b[0m";
 
+// A stream that counts the write calls that reach its buffer.
+class WriteCountingStream : public std::ostream {
+ public:
+  WriteCountingStream() : std::ostream(&buf_) {}
+  int writes() const { return buf_.writes; }
+  std::string text() const { return buf_.str(); }
+
+ private:
+  class Buf : public std::stringbuf {
+   public:
+    int writes = 0;
+
+   protected:
+    std::streamsize xsputn(char const* s, std::streamsize n) override {
+      ++writes;
+      inside_write_ = true;
+      std::streamsize const written = std::stringbuf::xsputn(s, n);
+      inside_write_ = false;
+      return written;
+    }
+    // A single character that does not fit is a write of its own; the
+    // buffer's growth during a longer write is not.
+    int_type overflow(int_type c) override {
+      if (!inside_write_) ++writes;
+      return std::stringbuf::overflow(c);
+    }
+
+   private:
+    bool inside_write_ = false;
+  };
+  Buf buf_;
+};
+
 OutputLog::Colors color(int value) {
   return static_cast<OutputLog::Colors>(value);
 }
@@ -263,6 +296,31 @@ TEST(OutputLog, OneWriteAndOneFlushPerDestination) {
     EXPECT_EQ(destination->text(), "line one\n42 items\nagain");
     EXPECT_EQ(destination->flushes(), 2);
   }
+}
+
+TEST(OutputLog, WholeTextIsOneWrite) {
+  ScopedSink sink(false);
+  WriteCountingStream plain;
+  WriteCountingStream coloured;
+  sink.sink().streams.push_back({&coloured, true});
+  sink.sink().streams.push_back({&plain, false});
+  {
+    OutputLog out(OutputLog::NO_COLOR);
+    out << "first line\n"
+        << "second line\n"
+        << 3 << '\n';
+  }
+  EXPECT_EQ(plain.writes(), 1);
+  EXPECT_EQ(coloured.writes(), 1);
+  EXPECT_EQ(plain.text(), "first line\nsecond line\n3\n");
+  {
+    OutputLog out(OutputLog::YELLOW);  // one write of the colour
+    out << "warned";
+  }  // one write of the text, one of the reset
+  EXPECT_EQ(coloured.writes(), 4);
+  EXPECT_EQ(plain.writes(), 2);
+  EXPECT_EQ(coloured.text(), std::string("first line\nsecond line\n3\n") +
+                                 kYellow + "warned" + kReset);
 }
 
 TEST(OutputLog, TextIsWrittenUnchanged) {
