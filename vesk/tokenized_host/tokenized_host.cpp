@@ -219,34 +219,68 @@ void int_key(Hosts const& hosts, std::uint32_t h, std::size_t idx,
   }
 }
 
-// Groups `members` by equal key, groups in order of first appearance and
-// members in input order.
-template <class KeyOf>
-Groups partition(Members const& members, KeyOf&& key_of) {
-  Groups groups;
-  std::unordered_map<std::string, std::uint32_t> index;
+// A hash for the grouping keys: eight bytes at a time, cheaper than the
+// general string hash for these short keys.
+struct KeyHash {
+  std::size_t operator()(std::string const& key) const noexcept {
+    std::uint64_t h = 0x9e3779b97f4a7c15ULL ^ key.size();
+    std::size_t i = 0;
+    for (; i + 8 <= key.size(); i += 8) {
+      std::uint64_t word;
+      std::memcpy(&word, key.data() + i, 8);
+      h = (h ^ word) * 0xff51afd7ed558ccdULL;
+      h ^= h >> 32;
+    }
+    if (i < key.size()) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, key.data() + i, key.size() - i);
+      h = (h ^ word) * 0xc4ceb9fe1a85ec53ULL;
+      h ^= h >> 29;
+    }
+    return static_cast<std::size_t>(h);
+  }
+};
+
+// Walks `members` in order and calls on_member(group, host) for each, the
+// groups numbered by first appearance of their key (0, 1, ...).
+template <class KeyOf, class OnMember>
+void assign_groups(Members const& members, KeyOf&& key_of,
+                   OnMember&& on_member) {
+  std::unordered_map<std::string, std::uint32_t, KeyHash> index;
   std::string key;
   // Names of one group often come in a row (a sorted list, one rack after
   // another): the previous name's group is tried before hashing.
   std::string last_key;
   std::uint32_t last_group = 0;
+  bool have_last = false;
   for (std::uint32_t const h : members) {
     key_of(h, key);
-    if (!groups.empty() && key == last_key) {
-      groups[last_group].push_back(h);
+    if (have_last && key == last_key) {
+      on_member(last_group, h);
       continue;
     }
     auto const found = index.find(key);
     if (found != index.end()) {
       last_group = found->second;
     } else {
-      last_group = static_cast<std::uint32_t>(groups.size());
+      last_group = static_cast<std::uint32_t>(index.size());
       index.emplace(key, last_group);
-      groups.emplace_back();
     }
-    groups[last_group].push_back(h);
+    on_member(last_group, h);
     last_key.swap(key);
+    have_last = true;
   }
+}
+
+// Groups `members` by equal key, groups in order of first appearance and
+// members in input order.
+template <class KeyOf>
+Groups partition(Members const& members, KeyOf&& key_of) {
+  Groups groups;
+  assign_groups(members, key_of, [&](std::uint32_t group, std::uint32_t h) {
+    if (group == groups.size()) groups.emplace_back();
+    groups[group].push_back(h);
+  });
   return groups;
 }
 
@@ -289,12 +323,24 @@ std::size_t token_idx(Hosts const& hosts, Members const& members) {
   return best;
 }
 
-// One non-empty group rendered from its first member, the numbers at `idx`
-// merged. Members too short for `idx` add no number.
+// The numbers at `idx` of a group's members, in member order. A member too
+// short for `idx` adds none.
 template <class Hosts>
-std::string render_group(Hosts const& hosts, Members const& members,
-                         std::size_t idx) {
-  std::uint32_t const first = members.front();
+std::vector<int> values_at(Hosts const& hosts, Members const& members,
+                           std::size_t idx) {
+  std::vector<int> values;
+  values.reserve(members.size());
+  for (std::uint32_t const h : members) {
+    if (idx < hosts.token_count(h)) values.push_back(hosts.int_val(h, idx));
+  }
+  return values;
+}
+
+// A group rendered from its first member `first`, with `values` (the
+// members' numbers at `idx`) merged in place of the number at `idx`.
+template <class Hosts>
+std::string render_group(Hosts const& hosts, std::uint32_t first,
+                         std::size_t idx, std::vector<int> const& values) {
   std::string out;
   for (std::size_t i = 0; i < hosts.token_count(first); ++i) {
     if (hosts.type(first, i) == Token::STR) {
@@ -306,11 +352,6 @@ std::string render_group(Hosts const& hosts, Members const& members,
       out += TokenizedHost::get_zeroes_str(zero_count);
       append_int(out, hosts.int_val(first, i));
       continue;
-    }
-    std::vector<int> values;
-    values.reserve(members.size());
-    for (std::uint32_t const h : members) {
-      if (i < hosts.token_count(h)) values.push_back(hosts.int_val(h, i));
     }
     bool bracket = false;
     std::string const merged =
@@ -374,12 +415,28 @@ std::string TokenizedHost::get_merged_hosts(
   std::vector<std::string> parts;
   for (Members const& set : partition_str(flat, all_members(hosts.size()))) {
     if (set.size() == 1) {
-      parts.push_back(render_group(flat, set, npos));
+      parts.push_back(render_group(flat, set.front(), npos, {}));
       continue;
     }
     std::size_t const idx = token_idx(flat, set);
-    for (Members const& group : partition_int(flat, set, idx)) {
-      parts.push_back(render_group(flat, group, idx));
+    // The varied numbers are gathered while grouping, in the set's order,
+    // rather than by revisiting each group's members afterwards.
+    std::vector<std::uint32_t> firsts;
+    std::vector<std::vector<int>> values;
+    assign_groups(
+        set,
+        [&](std::uint32_t h, std::string& key) { int_key(flat, h, idx, key); },
+        [&](std::uint32_t group, std::uint32_t h) {
+          if (group == firsts.size()) {
+            firsts.push_back(h);
+            values.emplace_back();
+          }
+          if (idx < flat.token_count(h)) {
+            values[group].push_back(flat.int_val(h, idx));
+          }
+        });
+    for (std::size_t g = 0; g < firsts.size(); ++g) {
+      parts.push_back(render_group(flat, firsts[g], idx, values[g]));
     }
   }
 
@@ -445,7 +502,9 @@ std::string TokenizedHost::get_merged_hosts_str(
     vesk::log::ErrorLog(4) << "attempted to merge empty host list";
     return "";
   }
-  return render_group(VectorHosts(hosts), all_members(hosts.size()), idx);
+  VectorHosts const view(hosts);
+  Members const members = all_members(hosts.size());
+  return render_group(view, 0, idx, values_at(view, members, idx));
 }
 
 std::string TokenizedHost::get_merged_hosts_ints(std::vector<int> const& values,
