@@ -6,6 +6,7 @@
 // levels, the datastore rows behind it. The header and the body are wrapped
 // and written as two separate output log messages.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -13,6 +14,8 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "vesk/common/str.hpp"
@@ -79,11 +82,15 @@ void UtilityFunctions::PrintOutput(
       std::string(static_cast<std::size_t>(std::int64_t{number_width} + 2),
                   ' ');
 
-  std::set<std::string> distinct;
+  // The number of distinct names, counted over views of the names (sorted,
+  // then unique) rather than by copying them all into a set.
+  std::vector<std::string_view> names;
   for (std::vector<std::string> const& group : node_groups) {
-    distinct.insert(group.begin(), group.end());
+    names.insert(names.end(), group.begin(), group.end());
   }
-  std::size_t const node_count = distinct.size();
+  std::sort(names.begin(), names.end());
+  std::size_t const node_count = static_cast<std::size_t>(
+      std::unique(names.begin(), names.end()) - names.begin());
 
   // Signed 64-bit difference used as an unsigned length: a width below the
   // digit count becomes a huge length, which std::string rejects with
@@ -111,7 +118,10 @@ void UtilityFunctions::PrintOutput(
     buffer << indent << "Remedy: " << remove_endl(remedy) << "\n";
   }
   if (!node_groups.empty()) {
-    buffer << indent << "Nodes: " << get_node_string(node_groups) << "\n";
+    // The groups are not needed afterwards: hand them over instead of
+    // copying them.
+    buffer << indent << "Nodes: " << get_node_string(std::move(node_groups))
+           << "\n";
   }
 
   std::set<std::string> ids;
