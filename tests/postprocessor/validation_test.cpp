@@ -232,6 +232,58 @@ TEST(PrintValidation, UntitledDefinitionIsNotMapped) {
   EXPECT_EQ(rc, 0);
 }
 
+TEST(PrintValidation, AgreesWithFwdObservationsOfEachDefinition) {
+  PostprocessorExtensionData data = empty_data();
+  std::vector<std::shared_ptr<Fwd>> fwds;
+  for (int i = 0; i < 12; ++i) {
+    std::string const n = std::to_string(i);
+    fwds.push_back(add_fwd(
+        data, "/opt/fwd/d" + n + ".xml", i % 4 == 3 ? "" : "Definition " + n,
+        {"rule-" + n, "rule-common-" + std::to_string(i % 3)}));
+  }
+  // A tree in which d6 and d7 hang below two parents each.
+  auto link = [](std::shared_ptr<Fwd> const& parent,
+                 std::vector<std::shared_ptr<Fwd>> const& children) {
+    if (!parent->node) {
+      parent->node = std::make_shared<FwdNode>();
+      parent->node->fwd = parent;
+    }
+    std::vector<std::shared_ptr<FwdNode>> branch;
+    for (auto const& child : children) {
+      auto node = std::make_shared<FwdNode>();
+      node->fwd = child;
+      branch.push_back(node);
+    }
+    parent->node->branches.push_back(branch);
+  };
+  link(fwds[0], {fwds[1], fwds[2]});
+  link(fwds[1], {fwds[6], fwds[7]});
+  link(fwds[2], {fwds[6]});
+  link(fwds[2], {fwds[7], fwds[8]});
+  add_observation(data, "obs-a", 10, {"rule-6"});
+  add_observation(data, "obs-b", 40, {"rule-common-1"});
+  add_observation(data, "obs-c", 90, {"/opt/fwd/d8.xml"},
+                  SECONDARY_OBSERVATION);
+  add_observation(data, "provider-error-code#bmc", 60, {"/opt/fwd/d10.xml"});
+  add_observation(data, "obs-d", 20, {"rule-11", "rule-7"});
+
+  std::string expected = "Solution Validation Results\n";
+  UtilityFunctions uf;
+  for (auto const& [name, fwd] : data.fwd_attributes->fwds) {
+    if (fwd->title.empty()) continue;
+    UtilityFunctions::CollapsedList observations;
+    ASSERT_EQ(uf.FWDObservations(*fwd, data, observations), 0);
+    expected +=
+        fwd->title + (observations.empty() ? ": PASS\n\n" : ": FAIL\n\n");
+  }
+  expected += kRule + "\n";
+  std::string const text = validate(data);
+  EXPECT_EQ(text, expected);
+  // Both verdicts occur, so the comparison means something.
+  EXPECT_NE(text.find("PASS"), std::string::npos);
+  EXPECT_NE(text.find("FAIL"), std::string::npos);
+}
+
 class PrintValidationGolden : public ::testing::TestWithParam<int> {};
 
 TEST_P(PrintValidationGolden, MatchesGoldenBlock) {

@@ -3,6 +3,11 @@
 // The solution validation block: PASS or FAIL for every framework definition
 // that has a title. The block is gathered whole before anything is written,
 // so that a mapping failure leaves no partial block behind.
+//
+// Each definition's observations are collected as FWDObservations collects
+// them, but through one FwdIndex for the whole block: the index of the
+// observations by sign is built once instead of once per definition, and the
+// lists of shared child definitions are reused.
 
 #include <ostream>
 #include <sstream>
@@ -10,6 +15,7 @@
 
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
+#include "vesk/postprocessor/detail/fwd_index.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
 namespace vesk {
@@ -18,6 +24,7 @@ namespace postprocessor {
 int UtilityFunctions::print_validation(PostprocessorExtensionData const& data) {
   if (!data.fwd_attributes || data.fwd_attributes->fwds.empty()) return 0;
 
+  detail::FwdIndex index(data);
   std::stringstream buffer;
   buffer << "Solution Validation Results\n";
   bool listed = false;
@@ -28,7 +35,7 @@ int UtilityFunctions::print_validation(PostprocessorExtensionData const& data) {
     // The verdict comes from a fresh collection alone, not from the pass
     // flag, and any observation at all fails the definition here.
     CollapsedList observations;
-    if (FWDObservations(*fwd, data, observations) != 0) return 1;
+    if (index.observations(*fwd, observations) != 0) return 1;
     buffer << (observations.empty() ? "PASS\n\n" : "FAIL\n\n");
   }
   if (!listed) return 0;
