@@ -1,0 +1,94 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: fixtures.hpp
+//
+// Small builders for the pipeline's tests: raw results, collapsed outputs,
+// framework definitions with children, and a guard that puts the band table
+// back. Header-only and free of GoogleTest.
+//
+// Example:
+//
+//   vesk::oracle::ScopedBands bands;  // the table is restored at scope exit
+//   auto raw = vesk::oracle::raw("cpu#1", 30, "slow", {"node1"});
+//   auto obs = vesk::oracle::collapsed({raw},
+//   vesk::postprocessor::OBSERVATION); auto cpu =
+//   vesk::oracle::definition("/f/cpu.xml", {"cpu-rule"});
+//   vesk::oracle::add_child(*cpu, child);
+
+#ifndef VESK_TESTS_ORACLE_FIXTURES_HPP_
+#define VESK_TESTS_ORACLE_FIXTURES_HPP_
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "vesk/common/analysis_output.hpp"
+#include "vesk/common/fwd.hpp"
+#include "vesk/postprocessor/utility_functions.hpp"
+
+namespace vesk {
+namespace oracle {
+
+// Saves the severity band table and restores it at scope exit.
+class ScopedBands {
+ public:
+  ScopedBands() : saved_(postprocessor::severity_bands) {}
+  ~ScopedBands() { postprocessor::severity_bands = saved_; }
+  ScopedBands(ScopedBands const&) = delete;
+  ScopedBands& operator=(ScopedBands const&) = delete;
+
+ private:
+  std::map<std::string, std::tuple<int, int, postprocessor::Severity>> saved_;
+};
+
+inline std::shared_ptr<AnalysisOutput> raw(std::string id, int severity,
+                                           std::string message = "m",
+                                           std::vector<std::string> nodes = {},
+                                           bool suppressed = false,
+                                           std::string remedy = "fix") {
+  auto output = std::make_shared<AnalysisOutput>();
+  output->id = std::move(id);
+  output->severity = severity;
+  output->message = std::move(message);
+  output->nodes = std::move(nodes);
+  output->suppressed = suppressed;
+  output->remedy = std::move(remedy);
+  return output;
+}
+
+inline std::shared_ptr<CollapsedAnalysisOutput> collapsed(
+    std::vector<std::shared_ptr<AnalysisOutput>> outputs,
+    postprocessor::Type type) {
+  auto record = std::make_shared<CollapsedAnalysisOutput>();
+  record->outputs = std::move(outputs);
+  record->type = type;
+  return record;
+}
+
+inline std::shared_ptr<Fwd> definition(std::string name,
+                                       std::set<std::string> rules = {}) {
+  auto fwd = std::make_shared<Fwd>();
+  fwd->name = std::move(name);
+  fwd->rule_names = std::move(rules);
+  fwd->title = fwd->name;
+  fwd->node = std::make_shared<FwdNode>();
+  fwd->node->fwd = fwd;
+  return fwd;
+}
+
+// Adds `child` to `parent`'s branch number `branch` (made when missing).
+inline void add_child(Fwd& parent, std::shared_ptr<Fwd> const& child,
+                      std::size_t branch = 0) {
+  if (parent.node->branches.size() <= branch) {
+    parent.node->branches.resize(branch + 1);
+  }
+  parent.node->branches[branch].push_back(child->node);
+}
+
+}  // namespace oracle
+}  // namespace vesk
+
+#endif  // VESK_TESTS_ORACLE_FIXTURES_HPP_
