@@ -158,6 +158,10 @@ class Loader {
       case simdjson::NUMBER_ERROR:
       case simdjson::NO_SUCH_FIELD:
         fail("expected " + std::string(expected));
+      case simdjson::INCOMPLETE_ARRAY_OR_OBJECT:
+        throw InputError(line_column(text_, text_.size()),
+                         "expected valid JSON (" +
+                             std::string(simdjson::error_message(error)) + ")");
       default:
         throw InputError(location(),
                          "expected valid JSON (" +
@@ -202,10 +206,12 @@ class Loader {
     std::int64_t number = 0;
     constexpr char const* kExpected =
         "an integer from -2147483648 to 2147483647";
-    if (error_code e = value.get_int64().get(number)) fail_json(e, kExpected);
+    if (error_code e = value.get_int64().get(number)) {
+      fail_json(e, kExpected);
+    }
     if (number < std::numeric_limits<std::int32_t>::min() ||
         number > std::numeric_limits<std::int32_t>::max()) {
-      fail(kExpected);
+      fail(std::string("expected ") + kExpected);
     }
     return static_cast<std::int32_t>(number);
   }
@@ -319,7 +325,12 @@ void Loader::load(simdjson::padded_string_view json) {
       throw InputError(line_column(text_, text_.size()),
                        "expected a JSON object, found only blanks");
     }
-    throw InputError(line_column(text_, 0),
+    // Stage one finds an unclosed string or bracket only at the end.
+    std::size_t const where = e == simdjson::UNCLOSED_STRING ||
+                                      e == simdjson::INCOMPLETE_ARRAY_OR_OBJECT
+                                  ? text_.size()
+                                  : 0;
+    throw InputError(line_column(text_, where),
                      "expected valid JSON (" +
                          std::string(simdjson::error_message(e)) + ")");
   }

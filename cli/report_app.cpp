@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -120,6 +121,23 @@ std::string help_footer() {
          "result could not be mapped.";
 }
 
+// The --width check: a whole number of columns, 0 or more.
+std::string check_width(std::string& text) {
+  std::size_t used = 0;
+  long long value = -1;
+  try {
+    value = std::stoll(text, &used);
+  } catch (std::exception const&) {
+    used = 0;
+  }
+  if (used != text.size() || text.empty() || value < 0 ||
+      value > std::numeric_limits<int>::max()) {
+    return "expected a number of columns from 0 to 2147483647, found \"" +
+           text + "\"";
+  }
+  return "";
+}
+
 // Parses the command line. Returns false when --help or --version was
 // answered on `out`.
 bool parse_options(std::vector<std::string> const& args, Options& options,
@@ -138,7 +156,7 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
                      "Wrap the report at N columns (0: do not wrap; default: "
                      "the console width)")
           ->type_name("N")
-          ->check(CLI::Validator(CLI::NonNegativeNumber).description(""));
+          ->check(CLI::Validator(check_width, ""));
   auto* threshold_option =
       app.add_option("--threshold", threshold,
                      "Severity at and above which an issue contributes to "

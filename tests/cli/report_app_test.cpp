@@ -1,0 +1,395 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: report_app_test.cpp
+//
+// vesk-report run in-process: the command line, the bad input corpus of
+// tests/cli/bad/ (each fatal case gives exit status 2, exactly one line on
+// standard error and nothing on standard output), the warnings that let a
+// run go on, and documents too big or too deep to keep in the repository.
+
+#include "cli/report_app.hpp"
+
+#include <pty.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/document_loader.hpp"
+#include "support/sink.hpp"
+#include "vesk/vesk.hpp"
+
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+struct RunResult {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+// Runs the program with the working directory `dir`, so the file names in
+// its messages are the ones given on the command line.
+RunResult run_in(std::string const& dir, std::vector<std::string> const& args) {
+  auto const saved = std::filesystem::current_path();
+  std::filesystem::current_path(dir);
+  std::ostringstream out;
+  std::ostringstream err;
+  int const status = run(args, out, err);
+  std::filesystem::current_path(saved);
+  return {status, out.str(), err.str()};
+}
+
+std::string const kBadDir = std::string(VESK_CLI_TEST_DIR) + "/bad";
+std::string const kInputDir = std::string(VESK_CLI_TEST_DIR) + "/inputs";
+
+// A file in the test's temporary directory, removed at the end of the test.
+class TempFile {
+ public:
+  explicit TempFile(std::string const& name)
+      : path_(std::filesystem::temp_directory_path() /
+              (std::to_string(::getpid()) + "-" + name)) {}
+  ~TempFile() { std::filesystem::remove(path_); }
+  TempFile(TempFile const&) = delete;
+  TempFile& operator=(TempFile const&) = delete;
+  std::string path() const { return path_.string(); }
+  void write(std::string const& text) const {
+    std::ofstream(path_, std::ios::binary) << text;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+TEST(ReportApp, ApiExamples) {
+  std::ostringstream out;
+  std::ostringstream err;
+  EXPECT_EQ(run({"--width", "80", "--demo"}, out, err), kExitFailed);
+  EXPECT_EQ(out.str().rfind("Issues contributing to FAIL\n\n1. ", 0), 0u);
+  EXPECT_EQ(err.str(), "");
+
+  RunResult const passing = run_in(kInputDir, {"passing.json"});
+  EXPECT_EQ(passing.status, kExitPassed);
+  EXPECT_EQ(passing.out.rfind("Overall Result: PASS\n", 0), 0u);
+}
+
+TEST(ReportApp, VersionAndHelpGoToStandardOutput) {
+  RunResult const version = run_in(kInputDir, {"--version"});
+  EXPECT_EQ(version.status, kExitPassed);
+  EXPECT_EQ(version.out, "vesk-report " VESK_VERSION "\n");
+  EXPECT_EQ(version.err, "");
+
+  RunResult const help = run_in(kInputDir, {"--help"});
+  EXPECT_EQ(help.status, kExitPassed);
+  EXPECT_NE(help.out.find("Usage: vesk-report [OPTIONS] [FILE]"),
+            std::string::npos);
+  EXPECT_EQ(help.err, "");
+}
+
+TEST(ReportApp, UsageErrorsGiveOneLineAndStatusTwo) {
+  struct Case {
+    std::vector<std::string> args;
+    std::string err;
+  };
+  std::vector<Case> const cases = {
+      {{"--bogus"},
+       "vesk-report: The following argument was not expected: --bogus "
+       "(see --help)\n"},
+      {{"--width", "-1", "passing.json"},
+       "vesk-report: --width: expected a number of columns from 0 to "
+       "2147483647, found \"-1\" (see --help)\n"},
+      {{"--width", "wide", "passing.json"},
+       "vesk-report: --width: expected a number of columns from 0 to "
+       "2147483647, found \"wide\" (see --help)\n"},
+      {{"--log-level", "loud", "passing.json"},
+       "vesk-report: --log-level: expected one of alert, critical, debug, "
+       "error, info, notice, warning, found \"loud\"\n"},
+      {{"--demo", "passing.json"},
+       "vesk-report: --demo takes no FILE (see --help)\n"},
+  };
+  for (auto const& c : cases) {
+    RunResult const result = run_in(kInputDir, c.args);
+    EXPECT_EQ(result.status, kExitBadInput) << c.args[0];
+    EXPECT_EQ(result.out, "") << c.args[0];
+    EXPECT_EQ(result.err, c.err) << c.args[0];
+  }
+}
+
+TEST(ReportApp, NoFileWithTerminalOnStandardInputIsUsageError) {
+  int master = -1;
+  int slave = -1;
+  ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
+  int const saved = ::dup(STDIN_FILENO);
+  ::dup2(slave, STDIN_FILENO);
+  std::ostringstream out;
+  std::ostringstream err;
+  int const status = run({}, out, err);
+  ::dup2(saved, STDIN_FILENO);
+  ::close(saved);
+  ::close(slave);
+  ::close(master);
+  EXPECT_EQ(status, kExitBadInput);
+  EXPECT_EQ(out.str(), "");
+  EXPECT_EQ(err.str(),
+            "vesk-report: no FILE given and standard input is a terminal "
+            "(see --help)\n");
+}
+
+// Every fatal document of the corpus, with the one line it must give.
+TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
+  struct Case {
+    std::string file;
+    std::string err;
+  };
+  std::vector<Case> const cases = {
+      {"malformed.json",
+       "malformed.json:3:19: expected valid JSON (The JSON document has an "
+       "improper structure: missing or superfluous commas, braces, missing "
+       "keys, etc.)"},
+      {"truncated.json",
+       "truncated.json:3:1: expected valid JSON (JSON document ended early "
+       "in the middle of an object or array.)"},
+      {"trailing.json", "trailing.json:1:4: expected the end of the document"},
+      {"not-an-object.json", "not-an-object.json:1:1: expected a JSON object"},
+      {"empty.json",
+       "empty.json:1:1: expected a JSON object, found an empty file"},
+      {"blank.json",
+       "blank.json:3:1: expected a JSON object, found only blanks"},
+      {"binary.bin", "binary.bin:1:9: expected UTF-8 text"},
+      {"invalid-utf8-string.json",
+       "invalid-utf8-string.json:1:23: expected UTF-8 text"},
+      {"wrong-type.json",
+       "wrong-type.json:observations[0].severity: expected an integer from "
+       "-2147483648 to 2147483647"},
+      {"wrong-type-bool.json",
+       "wrong-type-bool.json:overall_pass: expected true or false"},
+      {"wrong-type-map.json",
+       "wrong-type-map.json:observation_signs.x: expected an array of "
+       "strings"},
+      {"wrong-type-row-id.json",
+       "wrong-type-row-id.json:observations[0].row_ids[1]: expected an "
+       "integer from -2147483648 to 2147483647"},
+      {"threshold-too-large.json",
+       "threshold-too-large.json:severity_threshold: expected an integer "
+       "from -2147483648 to 2147483647"},
+      {"bad-log-level.json",
+       "bad-log-level.json:log_level: expected one of alert, critical, "
+       "debug, error, info, notice, warning"},
+      {"missing-id.json",
+       "missing-id.json:observations[1]: expected the required key \"id\""},
+      {"missing-severity.json",
+       "missing-severity.json:diagnoses[0]: expected the required key "
+       "\"severity\""},
+      {"node-without-hostname.json",
+       "node-without-hostname.json:nodes[0]: expected the required key "
+       "\"hostname\""},
+      {"definition-without-name.json",
+       "definition-without-name.json:framework_definitions[0]: expected the "
+       "required key \"name\""},
+      {"duplicate-definition.json",
+       "duplicate-definition.json:framework_definitions[1].name: expected a "
+       "name not defined before, found \"/fwd/a.xml\" again"},
+      {"undefined-child.json",
+       "undefined-child.json:framework_definitions[0].children[0][1]: "
+       "expected the name of a framework definition, found "
+       "\"/fwd/missing.xml\""},
+      {"cycle.json",
+       "cycle.json:framework_definitions[2].children[1][0]: expected a "
+       "definition tree without cycles, found \"/fwd/a.xml\" -> "
+       "\"/fwd/b.xml\" -> \"/fwd/c.xml\" -> \"/fwd/a.xml\""},
+      {"self-child.json",
+       "self-child.json:framework_definitions[0].children[0][0]: expected a "
+       "definition tree without cycles, found \"/fwd/a.xml\" -> "
+       "\"/fwd/a.xml\""},
+      {"host-number.json",
+       "host-number.json:nodes[1]: expected a host name whose numbers fit in "
+       "32 bits, found \"node4294967296\""},
+      {"host-number-output.json",
+       "host-number-output.json:observations[0].nodes[1]: expected a host "
+       "name whose numbers fit in 32 bits, found \"r99999999999n1\""},
+      {"nonexistent.json",
+       "nonexistent.json: expected a readable file (No such file or "
+       "directory)"},
+      {".", ".: expected a file, found a directory"},
+  };
+  for (auto const& c : cases) {
+    RunResult const result = run_in(kBadDir, {"--width", "80", c.file});
+    EXPECT_EQ(result.status, kExitBadInput) << c.file;
+    EXPECT_EQ(result.out, "") << c.file;
+    EXPECT_EQ(result.err, "vesk-report: " + c.err + "\n") << c.file;
+  }
+}
+
+TEST(ReportApp, SeverityOutOfRangeWarnsAndGoesOn) {
+  RunResult const result =
+      run_in(kBadDir, {"--width", "80", "severity-out-of-range.json"});
+  EXPECT_EQ(result.status, kExitPassed);
+  EXPECT_EQ(result.err,
+            "vesk-report: severity-out-of-range.json:observations[0].severity: "
+            "warning: severity 150 is outside 0..100; kept as given\n"
+            "vesk-report: severity-out-of-range.json:observations[1].severity: "
+            "warning: severity -1 is outside 0..100; kept as given\n");
+  // No band holds either number, so neither is listed or counted.
+  EXPECT_EQ(result.out.rfind("Overall Result: PASS\n\nNodes tested: n1\n\n", 0),
+            0u);
+}
+
+TEST(ReportApp, UnknownKeysWarnAndGoOn) {
+  RunResult const result =
+      run_in(kBadDir, {"--width", "80", "unknown-keys.json"});
+  EXPECT_EQ(result.status, kExitPassed);
+  EXPECT_EQ(
+      result.err,
+      "vesk-report: unknown-keys.json:colour: warning: unknown key "
+      "ignored\n"
+      "vesk-report: unknown-keys.json:nodes[0].rack: warning: unknown key "
+      "ignored\n"
+      "vesk-report: unknown-keys.json:observations[0].sequence: warning: "
+      "unknown key ignored\n");
+  EXPECT_EQ(result.out.rfind("Other issues\n\n1. x (appears on 1 node)\n", 0),
+            0u);
+}
+
+TEST(ReportApp, LogLevelOptionWinsOverDocument) {
+  TempFile const file("log-level.json");
+  file.write(
+      R"({"log_level": "error", "observations": [{"id": "x", "severity": 5,)"
+      R"( "nodes": ["n1"], "row_ids": [4, 2]}], "observation_signs": {"x": []}})");
+  std::int32_t const level = log::LOG_LEVEL;
+  RunResult const quiet = run_in(kInputDir, {file.path()});
+  EXPECT_EQ(quiet.out.find("Database Row IDs"), std::string::npos);
+  RunResult const verbose =
+      run_in(kInputDir, {"--log-level", "debug", file.path()});
+  EXPECT_NE(verbose.out.find("   Database Row IDs: 2,4\n"), std::string::npos);
+  EXPECT_EQ(log::LOG_LEVEL, level);  // restored after the run
+}
+
+TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
+  testing::ScopedSink sink;
+  std::ostringstream out;
+  std::ostringstream err;
+  EXPECT_EQ(run({"--demo"}, out, err), kExitFailed);
+  ASSERT_EQ(sink.sink().streams.size(), 1u);
+  EXPECT_EQ(sink.sink().streams[0].stream, &sink.stream);
+  // The registered destination saw the same report as `out`.
+  EXPECT_EQ(sink.text(), out.str());
+}
+
+TEST(ReportApp, DeepNestingIsSkippedOrRefusedWithoutCrash) {
+  std::string const deep = std::string(100000, '[') + std::string(100000, ']');
+  TempFile const unknown("deep-unknown.json");
+  unknown.write("{\"x\": " + deep + "}");
+  RunResult const skipped = run_in(kInputDir, {unknown.path()});
+  EXPECT_EQ(skipped.status, kExitPassed);
+  EXPECT_EQ(skipped.err, "vesk-report: " + unknown.path() +
+                             ":x: warning: unknown key ignored\n");
+
+  TempFile const known("deep-known.json");
+  known.write("{\"nodes\": " + deep + "}");
+  RunResult const refused = run_in(kInputDir, {known.path()});
+  EXPECT_EQ(refused.status, kExitBadInput);
+  EXPECT_EQ(refused.out, "");
+  EXPECT_EQ(refused.err, "vesk-report: " + known.path() +
+                             ":nodes[0]: expected a host name or a node "
+                             "object\n");
+}
+
+TEST(DocumentLoader, ReadsAHundredMegabyteMessage) {
+  TempFile const file("big-message.json");
+  std::string message(100u << 20, 'm');
+  for (std::size_t i = 0; i < message.size(); i += 4099) {
+    message[i] = static_cast<char>('a' + i % 26);
+  }
+  file.write(R"({"observations": [{"id": "x", "severity": 5, "message": ")" +
+             message + "\"}]}");
+  Config config;
+  LoadedSettings settings;
+  std::ostringstream warn;
+  load_file(file.path(), "big", config, settings, warn);
+  ASSERT_EQ(config.observations.size(), 1u);
+  EXPECT_TRUE(config.observations[0]->message == message);
+  EXPECT_EQ(warn.str(), "");
+}
+
+TEST(DocumentLoader, BuildsTheDefinitionTree) {
+  Config config;
+  LoadedSettings settings;
+  std::ostringstream warn;
+  load_text(R"({"framework_definitions": [
+      {"name": "/f/root.xml", "title": "Root", "children": [["/f/a.xml", "/f/b.xml"], ["/f/b.xml"]]},
+      {"name": "/f/a.xml", "rules": ["r2", "r1"], "skipped": true},
+      {"name": "/f/b.xml"},
+      {"name": "/f/lone.xml"}]})",
+            "tree", config, settings, warn);
+  auto const& attributes = *config.fwd_attributes;
+  EXPECT_EQ(attributes.fwd_name_order,
+            (std::vector<std::string>{"/f/root.xml", "/f/a.xml", "/f/b.xml",
+                                      "/f/lone.xml"}));
+  auto const root = attributes.fwds.at("/f/root.xml");
+  auto const a = attributes.fwds.at("/f/a.xml");
+  auto const b = attributes.fwds.at("/f/b.xml");
+  EXPECT_EQ(root->title, "Root");
+  EXPECT_EQ(a->rule_names, (std::set<std::string>{"r1", "r2"}));
+  EXPECT_TRUE(a->skipped);
+  EXPECT_EQ(a->node, nullptr);  // no children
+  ASSERT_NE(root->node, nullptr);
+  EXPECT_EQ(root->node->fwd.lock(), root);
+  ASSERT_EQ(root->node->branches.size(), 2u);
+  ASSERT_EQ(root->node->branches[0].size(), 2u);
+  EXPECT_EQ(root->node->branches[0][0]->fwd.lock(), a);
+  EXPECT_EQ(root->node->branches[0][1]->fwd.lock(), b);
+  EXPECT_EQ(root->node->branches[1][0], root->node->branches[0][1]);
+  ASSERT_EQ(attributes.roots.size(), 2u);
+  EXPECT_EQ(attributes.roots[0]->fwd.lock(), root);
+  EXPECT_EQ(attributes.roots[1]->fwd.lock()->name, "/f/lone.xml");
+}
+
+TEST(DocumentLoader, ReadsNodesAndResults) {
+  Config config;
+  LoadedSettings settings;
+  std::ostringstream warn;
+  load_text(R"({"overall_pass": false, "severity_threshold": 40,
+      "log_level": "notice", "config_text": "c", "name_list": ["x", "y"],
+      "nodes": [{"name": "a", "hostname": "n1", "roles": ["compute"],
+                 "groups": ["r2", "r1"]}, "n2"],
+      "diagnoses": [{"id": "d#s", "message": "m", "remedy": "r",
+                     "severity": 90, "nodes": ["n1", "n2"],
+                     "suppressed": true, "row_ids": [3, 1, 3]}],
+      "secondary_observations": [{"id": "o", "severity": 0}],
+      "diagnosis_observations": {"d": ["o"]},
+      "nested_map": {"a": {"b": ["c", "c"]}}})",
+            "doc", config, settings, warn);
+  EXPECT_FALSE(config.overall_pass);
+  EXPECT_EQ(config.severity_threshold, 40);
+  EXPECT_EQ(settings.log_level, "notice");
+  EXPECT_EQ(config.config_text, "c");
+  ASSERT_EQ(config.nodes.size(), 2u);
+  EXPECT_EQ(config.nodes[0].name, "a");
+  EXPECT_EQ(config.nodes[0].hostname, "n1");
+  EXPECT_EQ(config.nodes[0].groups, (std::set<std::string>{"r1", "r2"}));
+  EXPECT_EQ(config.nodes[1].name, "n2");
+  EXPECT_EQ(config.nodes[1].hostname, "n2");
+  ASSERT_EQ(config.diagnoses.size(), 1u);
+  auto const& d = *config.diagnoses[0];
+  EXPECT_EQ(d.id, "d#s");
+  EXPECT_EQ(d.remedy, "r");
+  EXPECT_EQ(d.severity, 90);
+  EXPECT_TRUE(d.suppressed);
+  EXPECT_EQ(d.row_ids, (std::set<std::int32_t>{1, 3}));
+  ASSERT_EQ(config.secondary_observations.size(), 1u);
+  EXPECT_EQ(config.secondary_observations[0]->message, "");
+  EXPECT_EQ(config.nested_map.at("a").at("b"), (std::set<std::string>{"c"}));
+  EXPECT_EQ(warn.str(), "");
+}
+
+}  // namespace
+}  // namespace cli
+}  // namespace vesk
