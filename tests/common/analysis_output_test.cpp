@@ -5,6 +5,7 @@
 
 #include "vesk/common/analysis_output.hpp"
 
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <set>
@@ -12,6 +13,9 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "vesk/postprocessor/postprocessor_extension_data.hpp"
+#include "vesk/postprocessor/utility_functions.hpp"
 
 #include "gtest/gtest.h"
 
@@ -141,6 +145,65 @@ TEST(CollapsedAnalysisOutput, CopyIsMemberWise) {
   EXPECT_EQ(copy->type, postprocessor::SECONDARY_OBSERVATION);
   copy->fwd_names.clear();
   EXPECT_EQ(record.fwd_names.size(), 1u);
+}
+
+TEST(CollapsedAnalysisOutput, LinkedRecordsKeepEachOtherAlive) {
+  auto diagnosis = std::make_shared<CollapsedAnalysisOutput>();
+  auto observation = std::make_shared<CollapsedAnalysisOutput>();
+  observation->type = postprocessor::OBSERVATION;
+  diagnosis->related[postprocessor::OBSERVATION].insert(observation);
+  observation->related[postprocessor::DIAGNOSIS].insert(diagnosis);
+  std::weak_ptr<CollapsedAnalysisOutput> const weak_diagnosis = diagnosis;
+  std::weak_ptr<CollapsedAnalysisOutput> const weak_observation = observation;
+  diagnosis.reset();
+  observation.reset();
+  EXPECT_FALSE(weak_diagnosis.expired());
+  EXPECT_FALSE(weak_observation.expired());
+  // Break the cycle by hand so that the records do not outlive the test.
+  weak_diagnosis.lock()->related.clear();
+  EXPECT_TRUE(weak_diagnosis.expired());
+  EXPECT_TRUE(weak_observation.expired());
+}
+
+TEST(ReleaseLinks, ApiExamples) {
+  postprocessor::PostprocessorExtensionData data;
+  data.sorted_outputs = std::make_shared<postprocessor::SortedOutputs>();
+  auto diagnosis = std::make_shared<CollapsedAnalysisOutput>();
+  auto observation = std::make_shared<CollapsedAnalysisOutput>();
+  observation->type = postprocessor::OBSERVATION;
+  diagnosis->related[postprocessor::OBSERVATION].insert(observation);
+  diagnosis->related_diagnoses.insert(diagnosis);
+  observation->related[postprocessor::DIAGNOSIS].insert(diagnosis);
+  diagnosis->fwd_names.insert("/opt/fwd/cpu.xml");
+  diagnosis->outputs.push_back(make_output("d", "m", "r", {1}));
+  (*data.sorted_outputs)[std::bitset<5>(16)].push_back(diagnosis);
+  (*data.sorted_outputs)[std::bitset<5>(17)].push_back(observation);
+  (*data.sorted_outputs)[std::bitset<5>(17)].push_back(nullptr);
+  std::weak_ptr<CollapsedAnalysisOutput> const weak_diagnosis = diagnosis;
+  std::weak_ptr<CollapsedAnalysisOutput> const weak_observation = observation;
+  diagnosis.reset();
+  observation.reset();
+
+  postprocessor::release_links(data);
+  ASSERT_FALSE(weak_diagnosis.expired());
+  auto const kept = weak_diagnosis.lock();
+  EXPECT_TRUE(kept->related.empty());
+  EXPECT_TRUE(kept->related_diagnoses.empty());
+  EXPECT_TRUE(weak_observation.lock()->related.empty());
+  // Everything else a printer reads stays.
+  EXPECT_EQ(kept->fwd_names.size(), 1u);
+  EXPECT_EQ(kept->get_id(), "d");
+  EXPECT_EQ(data.sorted_outputs->size(), 2u);
+
+  data.sorted_outputs.reset();
+  EXPECT_FALSE(weak_diagnosis.expired());  // still held by `kept`
+  EXPECT_TRUE(weak_observation.expired());
+}
+
+TEST(ReleaseLinks, RecordWithoutGroupsIsLeftAlone) {
+  postprocessor::PostprocessorExtensionData const data;
+  postprocessor::release_links(data);
+  EXPECT_EQ(data.sorted_outputs, nullptr);
 }
 
 TEST(AnalysisOutput, Defaults) {
