@@ -108,7 +108,7 @@ TEST(PrintNodes, UsesHostNamesInSortedOrder) {
   EXPECT_EQ(print(data), "Nodes tested: login1, node[2,9,10]\n\n");
 }
 
-TEST(PrintNodes, DuplicateHostNamesReachMerger) {
+TEST(PrintNodes, DuplicateHostNamesGiveOneRange) {
   PostprocessorExtensionData data;
   data.node_list = nodes({"node2", "node1", "node2", "node1"});
   EXPECT_EQ(print(data), "Nodes tested: node[1-2]\n\n");

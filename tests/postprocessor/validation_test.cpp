@@ -284,6 +284,29 @@ TEST(PrintValidation, AgreesWithFwdObservationsOfEachDefinition) {
   EXPECT_NE(text.find("FAIL"), std::string::npos);
 }
 
+TEST(PrintValidation, RecordWithoutGroupsPassesEveryDefinition) {
+  PostprocessorExtensionData data;
+  add_fwd(data, "/opt/fwd/a.xml", "First", {"rule-a"});
+  int rc = -1;
+  EXPECT_EQ(validate(data, &rc),
+            "Solution Validation Results\nFirst: PASS\n\n" + kRule + "\n");
+  EXPECT_EQ(rc, 0);
+}
+
+TEST(PrintValidation, RecordWithoutSignTableFailsMapping) {
+  PostprocessorExtensionData data = empty_data();
+  add_fwd(data, "/opt/fwd/a.xml", "First", {"rule-a"});
+  add_observation(data, "obs-a", 50, {"rule-a"});
+  data.observation_signs = nullptr;
+  testing::internal::CaptureStderr();
+  int rc = 0;
+  EXPECT_EQ(validate(data, &rc), "");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "Error mapping observationobs-a to the rule/Framework Definition "
+            "that triggered it.\n");
+  EXPECT_EQ(rc, 1);
+}
+
 class PrintValidationGolden : public ::testing::TestWithParam<int> {};
 
 TEST_P(PrintValidationGolden, MatchesGoldenBlock) {

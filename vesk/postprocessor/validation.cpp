@@ -9,9 +9,12 @@
 // observations by sign is built once instead of once per definition, and the
 // lists of shared child definitions are reused.
 
+#include <map>
+#include <memory>
 #include <ostream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
@@ -24,7 +27,24 @@ namespace postprocessor {
 int UtilityFunctions::print_validation(PostprocessorExtensionData const& data) {
   if (!data.fwd_attributes || data.fwd_attributes->fwds.empty()) return 0;
 
-  detail::FwdIndex index(data);
+  // A record that never went through fillOutputData may lack the groups or
+  // the sign table; read it as one without observations or without signs
+  // instead of following a null pointer.
+  PostprocessorExtensionData const* source = &data;
+  PostprocessorExtensionData patched;
+  if (!data.sorted_outputs || !data.observation_signs) {
+    patched = data;
+    if (!patched.sorted_outputs) {
+      patched.sorted_outputs = std::make_shared<SortedOutputs>();
+    }
+    if (!patched.observation_signs) {
+      patched.observation_signs =
+          std::make_shared<std::map<std::string, std::vector<std::string>>>();
+    }
+    source = &patched;
+  }
+
+  detail::FwdIndex index(*source);
   std::stringstream buffer;
   buffer << "Solution Validation Results\n";
   bool listed = false;
