@@ -461,9 +461,10 @@ std::string reference_wrap_line(PropertyWrap const& w, std::string const& line,
   std::string out;
   std::size_t column = 0;
   std::size_t used = 0;  // code points after the start of the line
+  std::size_t const indent_columns = code_points(indent).size();
   auto const new_line = [&] {
     out += "\n" + indent;
-    column = code_points(indent).size();
+    column = indent_columns;
     used = 0;
   };
   for (Piece const& piece : pieces) {
@@ -566,7 +567,9 @@ void check_line(PropertyWrap const& w, std::string const& line, int width,
   EXPECT_EQ(without(content, w.blanks), without(line, w.blanks));
   if (check_width && columns(indent) < static_cast<std::size_t>(width)) {
     for (std::string const& o : out) {
-      EXPECT_LE(columns(o), static_cast<std::size_t>(width)) << o;
+      if (columns(o) > static_cast<std::size_t>(width)) {
+        ADD_FAILURE() << "line too wide: \"" << o << "\"";
+      }
     }
   }
 }
@@ -574,7 +577,7 @@ void check_line(PropertyWrap const& w, std::string const& line, int width,
 TEST(Wrap, RandomTextKeepsTheRules) {
   std::mt19937 rng(20261121);
   std::uniform_int_distribution<int> pick_width(-2, 40);
-  for (int n = 0; n < 3000; ++n) {
+  for (int n = 0; n < 2000; ++n) {
     Bytes const bytes = n % 3 == 0   ? Bytes::kValid
                         : n % 3 == 1 ? Bytes::kInvalidTokens
                                      : Bytes::kAnyBytes;
