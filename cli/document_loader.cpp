@@ -10,15 +10,18 @@
 #include "cli/document_loader.hpp"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
+#include <new>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -91,27 +94,18 @@ std::size_t first_invalid_utf8(std::string_view text) {
   return n;
 }
 
-// "line:column" (both from 1, columns in bytes) of a byte offset.
-std::string line_column(std::string_view text, std::size_t offset) {
-  if (offset > text.size()) offset = text.size();
-  std::size_t line = 1;
-  std::size_t line_start = 0;
-  for (std::size_t i = 0; i < offset; ++i) {
-    if (text[i] == '\n') {
-      ++line;
-      line_start = i + 1;
-    }
-  }
-  return std::to_string(line) + ":" + std::to_string(offset - line_start + 1);
-}
-
 // Walks one document into a Config. Each value is taken by a get_* helper
 // that either returns it or throws InputError naming the current path.
 class Loader {
  public:
+  // With `releasable`, the document's bytes lie in memory of their own
+  // (an anonymous mapping), and the part already read is given back to the
+  // system while walking, so a big document is not held whole next to the
+  // Config built from it.
   Loader(std::string_view text, std::string const& label, Config& config,
-         LoadedSettings& settings, std::ostream& warn)
-      : text_(text),
+         LoadedSettings& settings, std::ostream& warn, bool releasable)
+      : releasable_(releasable),
+        text_(text),
         label_(label),
         config_(config),
         settings_(settings),
@@ -159,7 +153,7 @@ class Loader {
       case simdjson::NO_SUCH_FIELD:
         fail("expected " + std::string(expected));
       case simdjson::INCOMPLETE_ARRAY_OR_OBJECT:
-        throw InputError(line_column(text_, text_.size()),
+        throw InputError(position(text_.size()),
                          "expected valid JSON (" +
                              std::string(simdjson::error_message(error)) + ")");
       default:
@@ -169,16 +163,52 @@ class Loader {
     }
   }
 
+  // "line:column" (both from 1, columns in bytes) of a byte offset; lines
+  // already given back were counted when they were released.
+  std::string position(std::size_t offset) const {
+    offset = std::min(std::max(offset, released_), text_.size());
+    std::size_t line = 1 + released_lines_;
+    std::size_t line_start = released_line_start_;
+    for (std::size_t i = released_; i < offset; ++i) {
+      if (text_[i] == '\n') {
+        ++line;
+        line_start = i + 1;
+      }
+    }
+    return std::to_string(line) + ":" + std::to_string(offset - line_start + 1);
+  }
+
+  // Gives back the pages before the current position, less a margin.
+  void release_read_part() {
+    if (!releasable_ || doc_ == nullptr) return;
+    char const* here = nullptr;
+    if (doc_->current_location().get(here) != simdjson::SUCCESS) return;
+    constexpr std::size_t kMargin = 1 << 20;
+    constexpr std::size_t kStep = 16 << 20;
+    auto const offset = static_cast<std::size_t>(here - text_.data());
+    if (offset < released_ + kMargin + kStep) return;
+    std::size_t const page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    std::size_t const until = (offset - kMargin) / page * page;
+    for (std::size_t i = released_; i < until; ++i) {
+      if (text_[i] == '\n') {
+        ++released_lines_;
+        released_line_start_ = i + 1;
+      }
+    }
+    ::madvise(const_cast<char*>(text_.data()) + released_, until - released_,
+              MADV_DONTNEED);
+    released_ = until;
+  }
+
   std::string location() const {
     if (doc_ != nullptr) {
       char const* here = nullptr;
       if (doc_->current_location().get(here) == simdjson::SUCCESS &&
           here >= text_.data() && here <= text_.data() + text_.size()) {
-        return line_column(text_,
-                           static_cast<std::size_t>(here - text_.data()));
+        return position(static_cast<std::size_t>(here - text_.data()));
       }
     }
-    return line_column(text_, text_.size());
+    return position(text_.size());
   }
 
   void warn(std::string const& what) const {
@@ -188,10 +218,113 @@ class Loader {
 
   void unknown_key() const { warn("unknown key ignored"); }
 
+  // Strings are decoded straight from the document into the result, not
+  // through the parser's string buffer, which would grow by every string
+  // of the document (as much again as the file, on a big one).
   std::string get_string(ondemand::value value) {
-    std::string_view text;
-    if (error_code e = value.get_string().get(text)) fail_json(e, "a string");
-    return std::string(text);
+    ondemand::raw_json_string raw;
+    if (error_code e = value.get_raw_json_string().get(raw)) {
+      fail_json(e, "a string");
+    }
+    char const* pos = reinterpret_cast<char const*>(raw.raw());
+    char const* const end = text_.data() + text_.size();
+    std::string text;
+    for (;;) {
+      auto const* quote = static_cast<char const*>(
+          std::memchr(pos, '"', static_cast<std::size_t>(end - pos)));
+      if (quote == nullptr) fail("expected a closed string");
+      auto const* escape = static_cast<char const*>(
+          std::memchr(pos, '\\', static_cast<std::size_t>(quote - pos)));
+      if (escape == nullptr) {
+        text.append(pos, quote);
+        return text;
+      }
+      text.append(pos, escape);
+      pos = unescape(escape, end, text);
+    }
+  }
+
+  // Decodes the escape at `escape` (a backslash) onto `text`; returns the
+  // position after it.
+  char const* unescape(char const* escape, char const* end,
+                       std::string& text) const {
+    if (end - escape < 2) fail("expected a valid escape in a string");
+    switch (escape[1]) {
+      case '"':
+      case '\\':
+      case '/':
+        text += escape[1];
+        return escape + 2;
+      case 'b':
+        text += '\b';
+        return escape + 2;
+      case 'f':
+        text += '\f';
+        return escape + 2;
+      case 'n':
+        text += '\n';
+        return escape + 2;
+      case 'r':
+        text += '\r';
+        return escape + 2;
+      case 't':
+        text += '\t';
+        return escape + 2;
+      case 'u':
+        break;
+      default:
+        fail("expected a valid escape in a string");
+    }
+    std::uint32_t code = hex4(escape + 2, end);
+    char const* next = escape + 6;
+    if (code >= 0xD800 && code <= 0xDBFF) {
+      if (end - next < 6 || next[0] != '\\' || next[1] != 'u') {
+        fail("expected a valid escape in a string");
+      }
+      std::uint32_t const low = hex4(next + 2, end);
+      if (low < 0xDC00 || low > 0xDFFF) {
+        fail("expected a valid escape in a string");
+      }
+      code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+      next += 6;
+    } else if (code >= 0xDC00 && code <= 0xDFFF) {
+      fail("expected a valid escape in a string");
+    }
+    if (code < 0x80) {
+      text += static_cast<char>(code);
+    } else if (code < 0x800) {
+      text += static_cast<char>(0xC0 | (code >> 6));
+      text += static_cast<char>(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+      text += static_cast<char>(0xE0 | (code >> 12));
+      text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+      text += static_cast<char>(0x80 | (code & 0x3F));
+    } else {
+      text += static_cast<char>(0xF0 | (code >> 18));
+      text += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+      text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+      text += static_cast<char>(0x80 | (code & 0x3F));
+    }
+    return next;
+  }
+
+  std::uint32_t hex4(char const* digits, char const* end) const {
+    if (end - digits < 4) fail("expected a valid escape in a string");
+    std::uint32_t code = 0;
+    for (int i = 0; i < 4; ++i) {
+      char const c = digits[i];
+      code <<= 4;
+      if (c >= '0' && c <= '9') {
+        code |= static_cast<std::uint32_t>(c - '0');
+      } else if (c >= 'a' && c <= 'f') {
+        code |= static_cast<std::uint32_t>(c - 'a' + 10);
+      } else if (c >= 'A' && c <= 'F') {
+        code |= static_cast<std::uint32_t>(c - 'A' + 10);
+      } else {
+        fail("expected a valid escape in a string");
+      }
+    }
+    return code;
   }
 
   bool get_bool(ondemand::value value) {
@@ -236,6 +369,7 @@ class Loader {
     std::size_t index = 0;
     for (auto element : array) {
       PathScope scope(path_, index++);
+      if (index % 4096 == 0) release_read_part();
       ondemand::value item;
       if (error_code e = std::move(element).get(item))
         fail_json(e, "an array element");
@@ -297,6 +431,10 @@ class Loader {
   void load_nested_map(ondemand::value value);
   void build_definition_tree();
 
+  bool releasable_;
+  std::size_t released_ = 0;
+  std::size_t released_lines_ = 0;
+  std::size_t released_line_start_ = 0;
   std::string_view text_;
   std::string const& label_;
   Config& config_;
@@ -318,11 +456,11 @@ void Loader::load(simdjson::padded_string_view json) {
   ondemand::document doc;
   if (error_code e = parser.iterate(json).get(doc)) {
     if (e == simdjson::UTF8_ERROR) {
-      throw InputError(line_column(text_, first_invalid_utf8(text_)),
+      throw InputError(position(first_invalid_utf8(text_)),
                        "expected UTF-8 text");
     }
     if (e == simdjson::EMPTY) {
-      throw InputError(line_column(text_, text_.size()),
+      throw InputError(position(text_.size()),
                        "expected a JSON object, found only blanks");
     }
     // Stage one finds an unclosed string or bracket only at the end.
@@ -330,7 +468,7 @@ void Loader::load(simdjson::padded_string_view json) {
                                       e == simdjson::INCOMPLETE_ARRAY_OR_OBJECT
                                   ? text_.size()
                                   : 0;
-    throw InputError(line_column(text_, where),
+    throw InputError(position(where),
                      "expected valid JSON (" +
                          std::string(simdjson::error_message(e)) + ")");
   }
@@ -650,7 +788,7 @@ void load_text(std::string_view text, std::string const& label, Config& config,
                LoadedSettings& settings, std::ostream& warn) {
   simdjson::padded_string const json(text.data(), text.size());
   Loader loader(std::string_view(json.data(), json.size()), label, config,
-                settings, warn);
+                settings, warn, false);
   loader.load(json);
 }
 
@@ -689,15 +827,42 @@ void load_file(std::string const& path, std::string const& label,
     load_text(bytes, label, config, settings, warn);
     return;
   }
-  ::close(fd);
-  simdjson::padded_string json;
-  if (error_code e = simdjson::padded_string::load(path).get(json)) {
-    throw InputError("", "expected a readable file (" +
-                             std::string(simdjson::error_message(e)) + ")");
+  // A regular file is read into an anonymous mapping with room for the
+  // parser's padding, so the part already walked can be given back.
+  std::size_t size = static_cast<std::size_t>(info.st_size);
+  std::size_t const page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  std::size_t const capacity =
+      (size + simdjson::SIMDJSON_PADDING + page) / page * page;
+  void* const base = ::mmap(nullptr, capacity, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (base == MAP_FAILED) {
+    ::close(fd);
+    throw std::bad_alloc();
   }
-  Loader loader(std::string_view(json.data(), json.size()), label, config,
-                settings, warn);
-  loader.load(json);
+  struct Mapping {
+    void* base;
+    std::size_t capacity;
+    ~Mapping() { ::munmap(base, capacity); }
+  } const mapping{base, capacity};
+  auto* const bytes = static_cast<char*>(base);
+  std::size_t used = 0;
+  while (used < size) {
+    ssize_t const got = ::read(fd, bytes + used, size - used);
+    if (got == 0) break;
+    if (got < 0) {
+      if (errno == EINTR) continue;
+      int const error = errno;
+      ::close(fd);
+      throw InputError("", "expected a readable file (" +
+                               std::string(std::strerror(error)) + ")");
+    }
+    used += static_cast<std::size_t>(got);
+  }
+  ::close(fd);
+  size = used;
+  Loader loader(std::string_view(bytes, size), label, config, settings, warn,
+                true);
+  loader.load(simdjson::padded_string_view(bytes, size, capacity));
 }
 
 }  // namespace cli

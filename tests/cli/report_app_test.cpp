@@ -319,6 +319,28 @@ TEST(DocumentLoader, ReadsAHundredMegabyteMessage) {
   EXPECT_EQ(warn.str(), "");
 }
 
+// A big document's bytes are given back while it is read; a syntax error
+// after that still names the right line.
+TEST(DocumentLoader, NamesTheLineOfALateErrorInABigDocument) {
+  TempFile const file("late-error.json");
+  std::string const line = "  \"" + std::string(100, 'n') + "1\",\n";
+  std::size_t const lines = 200000;  // about 21 MB
+  std::string text = "{\"nodes\": [\n";
+  text.reserve(text.size() + line.size() * lines + 4);
+  for (std::size_t i = 0; i < lines; ++i) text += line;
+  text += "]}\n";
+  file.write(text);
+  Config config;
+  LoadedSettings settings;
+  std::ostringstream warn;
+  try {
+    load_file(file.path(), "late", config, settings, warn);
+    ADD_FAILURE() << "no error";
+  } catch (InputError const& e) {
+    EXPECT_EQ(e.place, std::to_string(lines + 2) + ":1");
+  }
+}
+
 TEST(DocumentLoader, BuildsTheDefinitionTree) {
   Config config;
   LoadedSettings settings;
