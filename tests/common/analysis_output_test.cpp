@@ -206,6 +206,18 @@ TEST(ReleaseLinks, RecordWithoutGroupsIsLeftAlone) {
   EXPECT_EQ(data.sorted_outputs, nullptr);
 }
 
+TEST(AnalysisOutput, ApiExamples) {
+  auto raw = std::make_shared<AnalysisOutput>();
+  raw->id = "cpu-freq#node001";
+  raw->severity = 80;
+  raw->nodes = {"node001"};
+  raw->row_ids = {4, 2};
+  EXPECT_EQ(raw->id, "cpu-freq#node001");
+  EXPECT_EQ(raw->severity, 80);
+  EXPECT_EQ(*raw->row_ids.begin(), 2);
+  EXPECT_FALSE(raw->suppressed);
+}
+
 TEST(AnalysisOutput, Defaults) {
   AnalysisOutput const output;
   EXPECT_EQ(output.sequence, 0);
@@ -229,7 +241,7 @@ TEST(AnalysisOutput, FieldTypes) {
   EXPECT_EQ(output.nodes, (std::vector<std::string>{"node002", "node001"}));
 }
 
-TEST(Type, Values) {
+TEST(AnalysisOutput, TypeValues) {
   static_assert(sizeof(Type) == 4);
   static_assert(std::is_signed_v<std::underlying_type_t<Type>>);
   EXPECT_EQ(static_cast<int>(postprocessor::DIAGNOSIS), 0);
@@ -237,7 +249,7 @@ TEST(Type, Values) {
   EXPECT_EQ(static_cast<int>(postprocessor::SECONDARY_OBSERVATION), 2);
 }
 
-TEST(Severity, Values) {
+TEST(AnalysisOutput, SeverityValues) {
   static_assert(sizeof(Severity) == 4);
   static_assert(std::is_signed_v<std::underlying_type_t<Severity>>);
   EXPECT_EQ(static_cast<int>(postprocessor::INFORMATIONAL), 0);
@@ -245,7 +257,7 @@ TEST(Severity, Values) {
   EXPECT_EQ(static_cast<int>(postprocessor::CRITICAL), 8);
 }
 
-TEST(Severity, ValuesSitOnGroupKeyBandBits) {
+TEST(AnalysisOutput, SeverityValuesSitOnGroupKeyBandBits) {
   EXPECT_EQ(static_cast<int>(postprocessor::WARNING), 1 << 2);
   EXPECT_EQ(static_cast<int>(postprocessor::CRITICAL), 1 << 3);
   EXPECT_EQ(postprocessor::WARNING & 3, 0);

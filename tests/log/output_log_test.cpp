@@ -85,6 +85,17 @@ TEST(OutputLog, ColorValues) {
   static_assert(sizeof(OutputLog::Colors) == 4);
 }
 
+TEST(OutputLogStream, ApiExamples) {
+  OutputLog::OutputLogStream sink;
+  CountingStream terminal;
+  sink.streams.push_back({&terminal, true});
+  sink.set_color(OutputLog::GREEN);
+  std::stringstream text;
+  text << "PASS";
+  sink.flush(text);
+  EXPECT_EQ(terminal.text(), std::string(kGreen) + "PASS" + kReset);
+}
+
 TEST(OutputLogStream, FreshSinkFields) {
   OutputLog::OutputLogStream const sink;
   EXPECT_EQ(sink.colors, (std::vector<std::string>{kRed, kYellow, kGreen}));

@@ -74,6 +74,18 @@ TEST(PostprocessorExtension, ApiExamples) {
   EXPECT_EQ(extension.record().affected_nodes, host.affected_nodes);
 }
 
+TEST(PostprocessorExtensionData, ApiExamples) {
+  PostprocessorExtensionData host;
+  host.log_level = "info";
+  host.affected_nodes = std::make_shared<std::set<std::string>>();
+  PostprocessorExtensionData copy;
+  copy = host;
+  copy.affected_nodes->insert("node001");
+  copy.log_level = "debug";
+  EXPECT_EQ(host.affected_nodes->size(), 1u);
+  EXPECT_EQ(host.log_level, "info");
+}
+
 TEST(PostprocessorExtensionData, DefaultConstructedRecord) {
   PostprocessorExtensionData const record;
   EXPECT_TRUE(record.name_list.empty());

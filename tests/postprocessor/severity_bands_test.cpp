@@ -58,7 +58,7 @@ TEST(SeverityBands, TableRowsInOrder) {
             0);
 }
 
-TEST(GetSeverityString, BandBoundaries) {
+TEST(SeverityBands, SeverityStringAtBandBoundaries) {
   struct Case {
     int severity;
     std::string expected;
@@ -83,7 +83,7 @@ TEST(GetSeverityString, BandBoundaries) {
   }
 }
 
-TEST(GetSeverityString, EmptyRowAddedByIndexSortsFirst) {
+TEST(SeverityBands, EmptyRowAddedByIndexIsVisitedFirst) {
   ScopedBandTable restore;
   // Reading a missing name with the index operator adds a row of zeros.
   Band const added = severity_bands[""];
@@ -102,7 +102,7 @@ TEST(GetSeverityString, EmptyRowAddedByIndexSortsFirst) {
   EXPECT_EQ(uf.get_severity_string(75), "CRITICAL");
 }
 
-TEST(GetSeverityString, WalksRowsInNameOrder) {
+TEST(SeverityBands, SeverityStringWalksRowsInNameOrder) {
   ScopedBandTable restore;
   // Overlapping bands: the first row in name order that holds the number
   // wins.
@@ -115,12 +115,19 @@ TEST(GetSeverityString, WalksRowsInNameOrder) {
   EXPECT_EQ(uf.get_severity_string(10), "ALERT");
 }
 
-TEST(GetSeverityString, TableIsRestoredBetweenTests) {
-  EXPECT_EQ(severity_bands.size(), 3u);
-  EXPECT_EQ(severity_bands.count(""), 0u);
+TEST(SeverityBands, TableIsRestoredAfterChanges) {
+  auto const before = severity_bands;
+  {
+    ScopedBandTable restore;
+    severity_bands[""];
+    severity_bands.erase("warning");
+    EXPECT_EQ(UtilityFunctions().get_severity_string(30), "");
+  }
+  EXPECT_EQ(severity_bands, before);
+  EXPECT_EQ(UtilityFunctions().get_severity_string(30), "WARNING");
 }
 
-TEST(GetUsableId, ProviderErrorCodeKeepsItsSubId) {
+TEST(SeverityBands, UsableIdOfProviderErrorCodeKeepsSubId) {
   struct Case {
     std::string id;
     std::string expected;
@@ -137,7 +144,7 @@ TEST(GetUsableId, ProviderErrorCodeKeepsItsSubId) {
   }
 }
 
-TEST(GetUsableId, OtherIdsLoseTheirSubId) {
+TEST(SeverityBands, UsableIdOfOtherIdsDropsSubId) {
   struct Case {
     std::string id;
     std::string expected;
@@ -157,7 +164,7 @@ TEST(GetUsableId, OtherIdsLoseTheirSubId) {
   }
 }
 
-TEST(CompareBitset, OrdersKeysByNumericValue) {
+TEST(SeverityBands, GroupKeysCompareByNumericValue) {
   CompareBitset const less;
   EXPECT_TRUE(less(std::bitset<5>(3), std::bitset<5>(4)));
   EXPECT_FALSE(less(std::bitset<5>(4), std::bitset<5>(3)));
@@ -169,7 +176,7 @@ TEST(CompareBitset, OrdersKeysByNumericValue) {
   EXPECT_TRUE(less(std::bitset<5>(15), std::bitset<5>(16)));
 }
 
-TEST(CompareBitset, MapsIterateFromKeyZeroUpward) {
+TEST(SeverityBands, GroupKeyMapsIterateFromKeyZeroUpward) {
   std::map<std::bitset<5>, int, CompareBitset> counts;
   for (unsigned key : {20u, 3u, 19u, 0u, 4u, 16u, 31u, 8u}) {
     counts[std::bitset<5>(key)] = static_cast<int>(key);
@@ -179,7 +186,7 @@ TEST(CompareBitset, MapsIterateFromKeyZeroUpward) {
   EXPECT_EQ(order, (std::vector<unsigned long>{0, 3, 4, 8, 16, 19, 20, 31}));
 }
 
-TEST(GroupKey, KindAndBandBits) {
+TEST(SeverityBands, GroupKeyKindAndBandBits) {
   // Kind in bits 0 and 1, band value placed unchanged, bit 4 the upper side.
   std::bitset<5> const key(static_cast<unsigned>(OBSERVATION) |
                            static_cast<unsigned>(CRITICAL) | 16u);
