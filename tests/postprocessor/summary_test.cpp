@@ -409,12 +409,18 @@ class SummarizeGolden : public ::testing::TestWithParam<int> {};
 TEST_P(SummarizeGolden, FailedRunMatchesGoldenBlock) {
   int const width = GetParam();
   int rc = -1;
-  std::string const text = summarize(failed_run(width), &rc);
+  int flushes = 0;
+  std::string const text = summarize(failed_run(width), &rc, &flushes);
   std::string const expected =
       replace(read_golden("summary_failed_w" + std::to_string(width) + ".txt"),
               "@SUPPRESSION_PATH@", suppression_tail(width));
   EXPECT_EQ(text, expected);
   EXPECT_EQ(rc, 0);
+  // Verdict and two breaks; two node messages; skipped line and break; the
+  // contributing total, its levels and two breaks; the other total, its
+  // break and its levels; two breaks and the suppressed lines; break, rule,
+  // break.
+  EXPECT_EQ(flushes, 3 + 2 + 2 + 4 + 3 + 3 + 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(Widths, SummarizeGolden, ::testing::Values(0, 80, 40));
