@@ -510,6 +510,58 @@ TEST(TokenizedHost, MergedHostsMatchesLiteralOracle) {
   }
 }
 
+// True when some digit run of `name` stands for a value over INT_MAX.
+bool has_huge_number(std::string const& name) {
+  std::size_t i = 0;
+  while (i < name.size()) {
+    if (name[i] < '0' || name[i] > '9') {
+      ++i;
+      continue;
+    }
+    std::size_t j = i;
+    while (j < name.size() && name[j] >= '0' && name[j] <= '9') ++j;
+    std::string digits = name.substr(i, j - i);
+    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
+    if (digits.size() > 10 || (digits.size() == 10 && digits > "2147483647")) {
+      return true;
+    }
+    i = j;
+  }
+  return false;
+}
+
+TEST(TokenizedHost, ArbitraryBytesFoldOrThrowStoi) {
+  std::mt19937 rng(99);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<std::string> names(rng() % 12);
+    for (auto& name : names) {
+      name.resize(rng() % 16);
+      for (char& c : name) {
+        // Mostly digits, so that long runs and all-zero runs turn up.
+        c = rng() % 2 == 0 ? static_cast<char>('0' + rng() % 10)
+                           : static_cast<char>(rng() % 256);
+      }
+      // Now and then a run of ten to twelve digits, around the int limit.
+      if (rng() % 25 == 0) {
+        std::size_t const digits = 10 + rng() % 3;
+        name += static_cast<char>('1' + rng() % 3);
+        for (std::size_t d = 1; d < digits; ++d) {
+          name += static_cast<char>('0' + rng() % 10);
+        }
+      }
+    }
+    bool const huge = std::any_of(names.begin(), names.end(), has_huge_number);
+    try {
+      std::string const text = TokenizedHost::get_merged_hosts(names);
+      EXPECT_FALSE(huge);
+      EXPECT_EQ(text, literal_merged_hosts(names));
+    } catch (std::out_of_range const& e) {
+      EXPECT_TRUE(huge);
+      EXPECT_EQ(std::string(e.what()), "stoi");
+    }
+  }
+}
+
 TEST(TokenizedHost, TokenIdxSkipsShortHosts) {
   // Hosts of different shapes are not a group the folding builds, but a
   // direct caller may pass them; they must not be read past their end.
