@@ -2,7 +2,7 @@
 //
 // Host name tokenizing and host list folding.
 //
-// Grouping is defined as "compare each host with the first member of every
+// The grouping rule is "compare each host with the first member of every
 // group so far and join the first that matches". Both matching tests are
 // equalities of a projection of the host (its shape and texts; its shape,
 // zero counts and every number but the varied one), so the first matching
