@@ -3,9 +3,10 @@
 #include "vesk/common/fs.hpp"
 
 #include <limits.h>
-#include <cerrno>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstddef>
 #include <vector>
 
 namespace vesk {
@@ -14,7 +15,8 @@ namespace fs {
 std::string selfpath() {
   std::vector<char> buffer(PATH_MAX);
   for (;;) {
-    ssize_t const n = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
+    ssize_t const n =
+        ::readlink("/proc/self/exe", buffer.data(), buffer.size());
     if (n < 0) return "";
     if (static_cast<std::size_t>(n) < buffer.size()) {
       return std::string(buffer.data(), static_cast<std::size_t>(n));
