@@ -26,7 +26,6 @@
 #include <stdexcept>
 #include <string>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -183,17 +182,19 @@ class Loader {
     if (!releasable_ || doc_ == nullptr) return;
     char const* here = nullptr;
     if (doc_->current_location().get(here) != simdjson::SUCCESS) return;
-    constexpr std::size_t kMargin = 1 << 20;
-    constexpr std::size_t kStep = 16 << 20;
+    constexpr std::size_t kMargin = 256 << 10;
+    constexpr std::size_t kStep = 4 << 20;
     auto const offset = static_cast<std::size_t>(here - text_.data());
     if (offset < released_ + kMargin + kStep) return;
     std::size_t const page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
     std::size_t const until = (offset - kMargin) / page * page;
-    for (std::size_t i = released_; i < until; ++i) {
-      if (text_[i] == '\n') {
-        ++released_lines_;
-        released_line_start_ = i + 1;
-      }
+    char const* const from = text_.data() + released_;
+    std::size_t const length = until - released_;
+    released_lines_ +=
+        static_cast<std::size_t>(std::count(from, from + length, '\n'));
+    if (auto const* last =
+            static_cast<char const*>(::memrchr(from, '\n', length))) {
+      released_line_start_ = static_cast<std::size_t>(last - text_.data()) + 1;
     }
     ::madvise(const_cast<char*>(text_.data()) + released_, until - released_,
               MADV_DONTNEED);
@@ -410,9 +411,20 @@ class Loader {
   }
 
   // A name that the report merges into a host list: its numbers must fit
-  // in 32 bits, or the merging would fail after half the report.
+  // in 32 bits, or the merging would fail after half the report. A run of
+  // up to nine digits always fits, so only names with a longer run are
+  // tokenized (most clusters have none, and names repeat a million times).
   void check_host(std::string const& name) {
-    if (checked_hosts_.count(name) != 0) return;
+    std::size_t run = 0;
+    bool long_run = false;
+    for (char const c : name) {
+      run = (c >= '0' && c <= '9') ? run + 1 : 0;
+      if (run > 9) {
+        long_run = true;
+        break;
+      }
+    }
+    if (!long_run) return;
     try {
       TokenizedHost const tokenized(name);
       (void)tokenized;
@@ -420,7 +432,6 @@ class Loader {
       fail("expected a host name whose numbers fit in 32 bits, found \"" +
            name + "\"");
     }
-    checked_hosts_.insert(name);
   }
 
   void load_node(ondemand::value value);
@@ -442,7 +453,6 @@ class Loader {
   std::ostream& warn_;
   ondemand::document* doc_ = nullptr;
   std::string path_;
-  std::unordered_set<std::string> checked_hosts_;
   std::vector<DefinitionRecord> definitions_;
   std::unordered_map<std::string, std::size_t> definition_index_;
   std::int64_t sequence_ = 0;
