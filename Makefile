@@ -25,7 +25,8 @@ test: build
 
 demo: configure
 	@cmake --build $(BUILD) -j $(JOBS) --target vesk-report >/dev/null
-	@$(BUILD)/cli/vesk-report --demo
+	@# The demo cluster fails its check by design: exit status 1 is expected.
+	@$(BUILD)/cli/vesk-report --demo || [ $$? -eq 1 ]
 
 bench: deps
 	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release \
