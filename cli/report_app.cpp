@@ -24,6 +24,7 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -263,18 +264,22 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
 
+  // Warnings are held back until the document has loaded, so that a bad
+  // document gives exactly one line on standard error.
   Config config;
   LoadedSettings settings;
+  std::ostringstream warnings;
   if (options.demo) {
     label = kDemoLabel;
     load_text(std::string_view(reinterpret_cast<char const*>(kDemoDocument),
                                kDemoDocumentSize),
-              label, config, settings, err);
+              label, config, settings, warnings);
   } else {
     std::string const path = options.file.value_or("-");
     label = path == "-" ? kStdinLabel : path;
-    load_file(path, label, config, settings, err);
+    load_file(path, label, config, settings, warnings);
   }
+  err << warnings.str();
   if (options.threshold) config.severity_threshold = *options.threshold;
   if (options.log_level) settings.log_level = options.log_level;
 

@@ -219,6 +219,9 @@ TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
        "nonexistent.json: expected a readable file (No such file or "
        "directory)"},
       {".", ".: expected a file, found a directory"},
+      // Warnings met before the error are dropped with the document.
+      {"warning-then-error.json",
+       "warning-then-error.json:observations[1].id: expected a string"},
   };
   for (auto const& c : cases) {
     RunResult const result = run_in(kBadDir, {"--width", "80", c.file});
