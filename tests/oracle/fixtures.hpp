@@ -44,6 +44,21 @@ class ScopedBands {
   std::map<std::string, std::tuple<int, int, postprocessor::Severity>> saved_;
 };
 
+// Breaks the link cycles of a record's groups at scope exit, so that the
+// records are freed and leak checkers stay quiet. Declare it after the
+// record.
+class ScopedLinks {
+ public:
+  explicit ScopedLinks(postprocessor::PostprocessorExtensionData const& data)
+      : data_(data) {}
+  ~ScopedLinks() { postprocessor::release_links(data_); }
+  ScopedLinks(ScopedLinks const&) = delete;
+  ScopedLinks& operator=(ScopedLinks const&) = delete;
+
+ private:
+  postprocessor::PostprocessorExtensionData const& data_;
+};
+
 inline std::shared_ptr<AnalysisOutput> raw(std::string id, int severity,
                                            std::string message = "m",
                                            std::vector<std::string> nodes = {},

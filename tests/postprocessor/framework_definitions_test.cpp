@@ -76,6 +76,7 @@ TEST(PopulateFWD, ApiExamples) {
   oracle::ScopedBands bands;
   UtilityFunctions uf;
   auto data = prepared(50);
+  oracle::ScopedLinks links(data);
   observation(data, "o60", 60, 21, {"r"});
   observation(data, "o30", 30, 21, {"r"});
   observation(data, "o10", 10, 1, {"r"});
@@ -94,6 +95,7 @@ TEST(PopulateFWD, ApiExamples) {
 TEST(PopulateFWD, NoObservationsKeepsPassedAndCountsNothing) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   observation(data, "other", 90, 25, {"r-other"});
   diagnosis(data, "d", 24, {"other"});
   auto fwd = definition("/f/a.xml", {"r"});
@@ -105,6 +107,7 @@ TEST(PopulateFWD, NoObservationsKeepsPassedAndCountsNothing) {
 TEST(PopulateFWD, PassFlagIsClearedAtTheThresholdAndNeverSet) {
   UtilityFunctions uf;
   auto data = prepared(30);
+  oracle::ScopedLinks links(data);
   observation(data, "low", 29, 21, {"r"});
   auto fwd = definition("/f/a.xml", {"r"});
   EXPECT_EQ(uf.PopulateFWD(*fwd, data), 0);
@@ -122,6 +125,7 @@ TEST(PopulateFWD, PassFlagIsClearedAtTheThresholdAndNeverSet) {
 TEST(PopulateFWD, DiagnosisCountedOnceHoweverManyObservationsMatch) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   observation(data, "a#1", 30, 21, {"r"});
   observation(data, "b", 30, 21, {"r"});
   diagnosis(data, "d", 20, {"a", "b", "a"});
@@ -135,6 +139,7 @@ TEST(PopulateFWD, OutOfRangeSeverityAddsAnEmptyBandRowForGood) {
   oracle::ScopedBands bands;
   UtilityFunctions uf;
   auto data = prepared(50);
+  oracle::ScopedLinks links(data);
   observation(data, "odd", 103, 21, {"r"});
   diagnosis(data, "d-info", 0, {"odd"});
   auto fwd = definition("/f/a.xml", {"r"});
@@ -151,6 +156,7 @@ TEST(PopulateFWD, OutOfRangeSeverityAddsAnEmptyBandRowForGood) {
 TEST(PopulateFWD, ObservationFailureLeavesTheDefinitionUntouched) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   observation(data, "fine", 90, 25, {"r"});
   group(data, 21).push_back(collapsed({raw("lost#9", 30)}, OBSERVATION));
   auto fwd = definition("/f/a.xml", {"r"});
@@ -166,6 +172,7 @@ TEST(PopulateFWD, ObservationFailureLeavesTheDefinitionUntouched) {
 TEST(PopulateFWD, DiagnosisFailureKeepsWhatWasDone) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   observation(data, "o", 90, 25, {"r"});
   diagnosis(data, "d-crit", 24, {"o"});
   group(data, 24).push_back(collapsed({raw("ghost#2", 80)}, DIAGNOSIS));
@@ -183,6 +190,7 @@ TEST(PopulateFWD, DiagnosisFailureKeepsWhatWasDone) {
 TEST(PopulateFWD, WithoutDiagnosesOnlyObservationsAreCounted) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   observation(data, "o", 90, 25, {"r"});
   List list;
   auto fwd = definition("/f/a.xml", {"r"});
@@ -195,6 +203,7 @@ TEST(PopulateFWD, WithoutDiagnosesOnlyObservationsAreCounted) {
 TEST(FWDObservations, ApiExamples) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   auto warning2 = observation(data, "w2", 30, 22, {"r"});
   auto info1 = observation(data, "i1", 3, 1, {"r"});
   auto crit1 = observation(data, "c1", 90, 25, {"/f/a.xml"});
@@ -214,6 +223,7 @@ TEST(FWDObservations, ApiExamples) {
 TEST(FWDObservations, SameObservationThroughTwoChildrenIsListedOnce) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   auto shared = observation(data, "s", 40, 21, {"r"});
   auto parent = definition("/f/p.xml");
   auto left = definition("/f/l.xml", {"r"});
@@ -233,6 +243,7 @@ TEST(FWDObservations, SameObservationThroughTwoChildrenIsListedOnce) {
 TEST(FWDObservations, RepeatsAreFoundByIdSeverityAndMessage) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   // Two records of one finding, one per kind: both are the definition's own.
   auto first = observation(data, "x", 40, 21, {"r"});
   auto second = observation(data, "x", 40, 22, {"r"});
@@ -248,6 +259,7 @@ TEST(FWDObservations, RepeatsAreFoundByIdSeverityAndMessage) {
 TEST(FWDObservations, EntriesAlreadyInTheResultCountAsSeen) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   auto own = observation(data, "own", 40, 21, {"r"});
   observation(data, "kid", 40, 21, {"rk"});
   auto parent = definition("/f/p.xml", {"r"});
@@ -262,6 +274,7 @@ TEST(FWDObservations, EntriesAlreadyInTheResultCountAsSeen) {
 TEST(FWDObservations, FailureKeepsWhatWasAppended) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   auto found = observation(data, "c", 90, 25, {"r"});
   group(data, 21).push_back(collapsed({raw("lost", 40)}, OBSERVATION));
   observation(data, "after", 40, 21, {"r"});
@@ -278,6 +291,7 @@ TEST(FWDObservations, FailureKeepsWhatWasAppended) {
 TEST(FWDObservations, EmptyBranchesAndExpiredChildrenAddNothing) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   auto obs = observation(data, "o", 40, 21, {"r"});
   auto parent = definition("/f/p.xml", {"r"});
   parent->node->branches.resize(3);

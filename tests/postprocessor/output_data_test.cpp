@@ -64,6 +64,7 @@ TEST(FillOutputData, ApiExamples) {
   UtilityFunctions uf;
   Config config = small_config();
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   std::time_t const before = std::time(nullptr);
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
   EXPECT_FALSE(data.overall_pass);
@@ -103,6 +104,7 @@ TEST(FillOutputData, ThresholdIsTakenUnlessMinusOne) {
     Config config;
     config.severity_threshold = c.given;
     PostprocessorExtensionData data;
+    oracle::ScopedLinks links(data);
     EXPECT_EQ(uf.fillOutputData(config, data), 0);
     EXPECT_EQ(data.severity_threshold, c.stored) << c.given;
     EXPECT_EQ(data.severity_threshold_set, c.set) << c.given;
@@ -113,6 +115,7 @@ TEST(FillOutputData, GroupCountsHoldTheFourKeys) {
   UtilityFunctions uf;
   Config config;
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   data.group_counts[std::bitset<5>(3)] = 7;
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
   for (unsigned key : {0u, 3u, 16u, 19u}) {
@@ -126,6 +129,7 @@ TEST(FillOutputData, SharesDefinitionsAndCopiesTheRest) {
   UtilityFunctions uf;
   Config config = small_config();
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   auto fresh = data.fwd_attributes;
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
   EXPECT_EQ(data.fwd_attributes, config.fwd_attributes);
@@ -151,6 +155,7 @@ TEST(FillOutputData, WithoutDefinitionsReturnsWhatSortingReturns) {
     Config config;
     config.observations = {raw("nowhere", 40)};
     PostprocessorExtensionData data;
+    oracle::ScopedLinks links(data);
     testing::internal::CaptureStderr();
     EXPECT_EQ(uf.fillOutputData(config, data), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -159,6 +164,7 @@ TEST(FillOutputData, WithoutDefinitionsReturnsWhatSortingReturns) {
     Config config;
     config.diagnoses = {raw("lost#1", 40)};
     PostprocessorExtensionData data;
+    oracle::ScopedLinks links(data);
     testing::internal::CaptureStderr();
     EXPECT_EQ(uf.fillOutputData(config, data), 1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -183,6 +189,7 @@ TEST(FillOutputData, StopsAtTheFirstDefinitionThatFails) {
   auto b = oracle::definition("/f/b.xml", {"r"});
   config.fwd_attributes->fwds = {{b->name, b}, {a->name, a}};
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   testing::internal::CaptureStderr();
   EXPECT_EQ(uf.fillOutputData(config, data), 1);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
@@ -205,6 +212,7 @@ TEST(FillOutputData, ConsoleWidthComesFromATerminalOnStandardInput) {
   }
   UtilityFunctions uf;
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   int rc;
   {
     ScopedStdin on_terminal(slave);
@@ -221,6 +229,7 @@ TEST(FillOutputData, ConsoleWidthIsZeroWhenStandardInputIsNoTerminal) {
   ASSERT_GE(null_fd, 0);
   UtilityFunctions uf;
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   data.terminal_width = 77;
   {
     ScopedStdin redirected(null_fd);
@@ -235,6 +244,7 @@ TEST(FillOutputData, SecondCallCountsAgainButResetsTheFourKeys) {
   Config config;
   config.observations = {raw("o", 40, "m", {"n"}, true)};
   PostprocessorExtensionData data;
+  oracle::ScopedLinks links(data);
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
   EXPECT_EQ(data.suppressed_count, 2);

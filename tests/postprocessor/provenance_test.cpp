@@ -52,6 +52,7 @@ List& group(PostprocessorExtensionData& data, unsigned key) {
 TEST(PopulateCollapsedOutput, ApiExamples) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto trigger_diag = collapsed({raw("d-trigger", 30)}, DIAGNOSIS);
   auto obs_a = collapsed({raw("o-a#1", 30)}, OBSERVATION);
   auto obs_b = collapsed({raw("o-b", 80)}, OBSERVATION);
@@ -78,6 +79,7 @@ TEST(PopulateCollapsedOutput, ApiExamples) {
 TEST(MapSign, ReplacesTheListOrLeavesIt) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   (*data.observation_signs)["a"] = {"x", "y"};
   std::vector<std::string> signs = {"old"};
   EXPECT_EQ(uf.map_sign("a", signs, data), 0);
@@ -91,6 +93,7 @@ TEST(MapSign, ReplacesTheListOrLeavesIt) {
 TEST(ObservationFromFWD, ErrorLineHasNoBlankBeforeTheId) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto obs = collapsed({raw("cpu-freq#node1", 30)}, OBSERVATION);
   bool found = true;
   testing::internal::CaptureStderr();
@@ -105,6 +108,7 @@ TEST(ObservationFromFWD, ErrorLineHasNoBlankBeforeTheId) {
 TEST(ObservationFromFWD, MatchesRulesThenTheDefinitionName) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   (*data.observation_signs)["o"] = {"zz", "rule-b", "/f/name.xml"};
   (*data.observation_signs)["empty"] = {};
   auto obs = collapsed({raw("o#3", 30)}, OBSERVATION);
@@ -130,6 +134,7 @@ TEST(ObservationFromFWD, MatchesRulesThenTheDefinitionName) {
 TEST(ObservationFromFWD, ProviderErrorUsesWholeIdAndNamesOnly) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   (*data.observation_signs)["provider-error-code#lscpu"] = {"rule-a",
                                                             "/f/cpu.xml"};
   (*data.observation_signs)["provider-error-code"] = {"/f/other.xml"};
@@ -157,6 +162,7 @@ TEST(ObservationFromFWD, ProviderErrorUsesWholeIdAndNamesOnly) {
 TEST(GetOutputFWD, ObservationLinksToEveryDefinitionWithOneOfItsSigns) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   add_definition(data, definition("/f/a.xml", {"r1"}));
   add_definition(data, definition("/f/b.xml", {"r2"}));
   add_definition(data, definition("/f/c.xml", {"r3"}));
@@ -171,6 +177,7 @@ TEST(GetOutputFWD, ObservationLinksToEveryDefinitionWithOneOfItsSigns) {
 TEST(GetOutputFWD, DiagnosisTakesNamesFromItsFirstKindObservationsOnly) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   add_definition(data, definition("/f/a.xml", {"r1"}));
   add_definition(data, definition("/f/b.xml", {"r2"}));
   (*data.observation_signs)["o1"] = {"r1"};
@@ -186,6 +193,7 @@ TEST(GetOutputFWD, DiagnosisTakesNamesFromItsFirstKindObservationsOnly) {
 TEST(GetOutputFWD, StopsAtFirstFailureKeepingEarlierNames) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   add_definition(data, definition("/f/a.xml", {"r1"}));
   add_definition(data, definition("/f/b.xml", {"r2"}));
   (*data.observation_signs)["good"] = {"r1"};
@@ -204,6 +212,7 @@ TEST(GetOutputFWD, StopsAtFirstFailureKeepingEarlierNames) {
 TEST(GetOutputFWD, DefinitionsAlreadyNamedAreNotAskedAgain) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   add_definition(data, definition("/f/a.xml", {"r1"}));
   auto obs = collapsed({raw("unmapped", 30)}, OBSERVATION);
   obs->fwd_names = {"/f/a.xml"};
@@ -212,12 +221,14 @@ TEST(GetOutputFWD, DefinitionsAlreadyNamedAreNotAskedAgain) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   // With no definitions at all nothing is looked up either.
   auto bare = prepared();
+  oracle::ScopedLinks bare_links(bare);
   EXPECT_EQ(uf.GetOutputFWD(obs, OBSERVATION, bare), 0);
 }
 
 TEST(DiagnosisMapping, ErrorOnlyWhenSomeGroupKeyIsPresent) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto diag = collapsed({raw("d#sub", 30)}, DIAGNOSIS);
   List result;
   testing::internal::CaptureStderr();
@@ -234,6 +245,7 @@ TEST(DiagnosisMapping, ErrorOnlyWhenSomeGroupKeyIsPresent) {
 TEST(DiagnosisMapping, StrictThresholdDecidesBitFour) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   data.severity_threshold = 74;
   auto below = collapsed({raw("o", 30)}, OBSERVATION);
   auto above = collapsed({raw("o", 31)}, OBSERVATION);
@@ -250,6 +262,7 @@ TEST(DiagnosisMapping, StrictThresholdDecidesBitFour) {
 TEST(DiagnosisMapping, RepeatedSignAppendsTheSameOutputTwice) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto obs = collapsed({raw("o#1", 30)}, OBSERVATION);
   group(data, 21) = {obs};
   (*data.diagnosis_observations)["d"] = {"o", "x", "o"};
@@ -263,6 +276,7 @@ TEST(DiagnosisMapping, RepeatedSignAppendsTheSameOutputTwice) {
 TEST(DiagnosisMapping, OrderIsBandTableThenGroupAndExistingEntriesStay) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto warning_a = collapsed({raw("a", 30)}, OBSERVATION);
   auto warning_b = collapsed({raw("b", 30)}, OBSERVATION);
   auto critical = collapsed({raw("b", 90)}, OBSERVATION);
@@ -282,6 +296,7 @@ TEST(DiagnosisMapping, OrderIsBandTableThenGroupAndExistingEntriesStay) {
 TEST(PopulateCollapsedOutput, SecondKindObservationsAreNeverLinked) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto secondary = collapsed({raw("s", 30)}, SECONDARY_OBSERVATION);
   group(data, 22) = {secondary};
   (*data.diagnosis_observations)["d"] = {"s"};
@@ -295,6 +310,7 @@ TEST(PopulateCollapsedOutput, SecondKindObservationsAreNeverLinked) {
 TEST(PopulateCollapsedOutput, ObservationGetsNamesButNoLinks) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   add_definition(data, definition("/f/a.xml", {"r"}));
   (*data.observation_signs)["o"] = {"r"};
   auto obs = collapsed({raw("o", 30)}, OBSERVATION);
@@ -306,6 +322,7 @@ TEST(PopulateCollapsedOutput, ObservationGetsNamesButNoLinks) {
 TEST(PopulateCollapsedOutput, DiagnosisLookupFailureOfSecondListKeepsNothing) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   // Only the diagnosis groups are present: the first-kind lookup finds no
   // group and is silent, the diagnosis lookup fails.
   group(data, 20) = {};
@@ -321,6 +338,7 @@ TEST(PopulateCollapsedOutput, DiagnosisLookupFailureOfSecondListKeepsNothing) {
 TEST(ReleaseLinks, ClearsEveryLinkOfEveryGroup) {
   UtilityFunctions uf;
   auto data = prepared();
+  oracle::ScopedLinks links(data);
   auto obs = collapsed({raw("o", 30)}, OBSERVATION);
   auto diag = collapsed({raw("d", 30)}, DIAGNOSIS);
   group(data, 21) = {obs};

@@ -53,6 +53,7 @@ TEST(SortType, ApiExamples) {
   config.diagnoses = {diag};
   config.secondary_observations = {sec};
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   (*data.observation_signs)["obs"] = {};
   (*data.observation_signs)["sec"] = {};
   (*data.diagnosis_observations)["diag"] = {};
@@ -76,6 +77,7 @@ TEST(SortType, ThresholdInsideABandUsesTheLowestNumberForGroups) {
   config.secondary_observations = {raw("w2", 60)};
   config.diagnoses = {raw("wd", 74)};
   auto data = prepared(50);
+  oracle::ScopedLinks links(data);
   (*data.observation_signs)["w1"] = {};
   (*data.observation_signs)["w2"] = {};
   (*data.diagnosis_observations)["wd"] = {};
@@ -94,6 +96,7 @@ TEST(SortType, ThresholdInsideABandUsesTheLowestNumberForGroups) {
 TEST(SortType, ThresholdZeroPutsEveryBandOnTheUpperSide) {
   UtilityFunctions uf;
   auto data = prepared(0);
+  oracle::ScopedLinks links(data);
   EXPECT_EQ(uf.SortType(Config(), data), 0);
   EXPECT_EQ(keys_of(data),
             (std::vector<unsigned>{16, 17, 18, 20, 21, 22, 24, 25, 26}));
@@ -102,6 +105,7 @@ TEST(SortType, ThresholdZeroPutsEveryBandOnTheUpperSide) {
 TEST(SortType, ThresholdAboveEveryBandPutsNoneOnTheUpperSide) {
   UtilityFunctions uf;
   auto data = prepared(101);
+  oracle::ScopedLinks links(data);
   EXPECT_EQ(uf.SortType(Config(), data), 0);
   EXPECT_EQ(keys_of(data), (std::vector<unsigned>{0, 1, 2, 4, 5, 6, 8, 9, 10}));
 }
@@ -109,6 +113,7 @@ TEST(SortType, ThresholdAboveEveryBandPutsNoneOnTheUpperSide) {
 TEST(SortType, EmptyInputsGiveNineEmptyGroups) {
   UtilityFunctions uf;
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   EXPECT_EQ(uf.SortType(Config(), data), 0);
   ASSERT_EQ(data.sorted_outputs->size(), 9u);
   for (auto const& [key, list] : *data.sorted_outputs)
@@ -124,6 +129,7 @@ TEST(SortType, FailureInGroupTwentyLeavesLaterGroupsUnmapped) {
   config.diagnoses = {raw("early", 5), raw("broken#1", 30)};
   config.observations = {raw("obs", 30)};
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   auto fwd = oracle::definition("/f/a.xml", {"rule"});
   data.fwd_attributes->fwds[fwd->name] = fwd;
   (*data.observation_signs)["obs"] = {"rule"};
@@ -151,6 +157,7 @@ TEST(SortType, EmptyBandRowCollapsesSeverityZeroTwice) {
   auto zero = raw("d", 0);
   config.diagnoses = {zero};
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   (*data.diagnosis_observations)["d"] = {};
   EXPECT_EQ(uf.SortType(config, data), 0);
   ASSERT_EQ(group(data, 0).size(), 1u);
@@ -164,6 +171,7 @@ TEST(SortType, EveryCallReplacesTheGroupsAndAddsToTheCounts) {
   Config config;
   config.observations = {raw("o", 30, "m", {"n1"}, true)};
   auto data = prepared(25);
+  oracle::ScopedLinks links(data);
   EXPECT_EQ(uf.SortType(config, data), 0);
   auto first = data.sorted_outputs;
   EXPECT_EQ(uf.SortType(config, data), 0);
