@@ -275,6 +275,16 @@ TEST(ReportApp, LogLevelOptionWinsOverDocument) {
   EXPECT_EQ(log::LOG_LEVEL, level);  // restored after the run
 }
 
+TEST(ReportApp, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
+  std::int32_t const output = log::LOG_OUTPUT;
+  RunResult const result =
+      run_in(kInputDir, {"--syslog", "--no-color", "--width", "0", "--demo"});
+  EXPECT_EQ(result.status, kExitFailed);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out.find('\x1b'), std::string::npos);
+  EXPECT_EQ(log::LOG_OUTPUT, output);
+}
+
 TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
   testing::ScopedSink sink;
   std::ostringstream out;
