@@ -68,24 +68,6 @@ unsigned band_key(std::tuple<int, int, postprocessor::Severity> const& band,
   return key & 0xFFu;
 }
 
-// Appends `entries` to `result`, leaving out an output whose key `seen`
-// already holds; an output without raw results is always appended.
-template <typename Out>
-void append_new(std::vector<FwdIndex::Entry> const& entries, Out& result,
-                std::unordered_set<FindingKey, FindingKeyHash>& seen) {
-  for (auto const& entry : entries) {
-    CollapsedAnalysisOutput const& output = **entry;
-    if (!output.outputs.empty() && output.outputs.front()) {
-      if (!seen.insert(finding_key(*output.outputs.front())).second) continue;
-    }
-    if constexpr (std::is_same_v<typename Out::value_type, FwdIndex::Entry>) {
-      result.push_back(entry);
-    } else {
-      result.push_back(*entry);
-    }
-  }
-}
-
 void remember(std::unordered_set<FindingKey, FindingKeyHash>& seen,
               CollapsedAnalysisOutput const& output) {
   if (!output.outputs.empty() && output.outputs.front()) {
@@ -108,6 +90,8 @@ void FwdIndex::refresh() {
   table_ = std::move(current);
   scanned_ = true;
   scan_.clear();
+  canonical_.clear();
+  usable_.clear();
   by_sign_.clear();
   by_name_sign_.clear();
   lists_.clear();
@@ -124,9 +108,11 @@ void FwdIndex::refresh() {
     }
   }
   first_unmapped_ = scan_.size();
+  std::unordered_map<FindingKey, std::uint32_t, FindingKeyHash> first_of;
   std::vector<std::string const*> distinct;
   for (std::size_t i = 0; i < scan_.size(); ++i) {
-    std::string const& id = first_id(**scan_[i]);
+    CollapsedAnalysisOutput const& output = **scan_[i];
+    std::string const& id = first_id(output);
     std::string const short_id = str::remove_sub_id(id);
     bool const provider = short_id == vesk::PROVIDER_ERROR_CODE;
     std::vector<std::string> const* signs = nullptr;
@@ -139,6 +125,15 @@ void FwdIndex::refresh() {
       first_unmapped_ = i;
       break;
     }
+    auto const position = static_cast<std::uint32_t>(i);
+    if (!output.outputs.empty() && output.outputs.front()) {
+      canonical_.push_back(
+          first_of.emplace(finding_key(*output.outputs.front()), position)
+              .first->second);
+    } else {
+      canonical_.push_back(position);  // never a repeat of anything
+    }
+    usable_.push_back(intern(provider ? id : short_id));
     distinct.clear();
     for (auto const& sign : *signs) distinct.push_back(&sign);
     std::sort(distinct.begin(), distinct.end(),
@@ -148,10 +143,14 @@ void FwdIndex::refresh() {
                     [](auto const* a, auto const* b) { return *a == *b; }),
         distinct.end());
     auto& index = provider ? by_name_sign_ : by_sign_;
-    for (auto const* sign : distinct) {
-      index[*sign].push_back(static_cast<std::uint32_t>(i));
-    }
+    for (auto const* sign : distinct) index[*sign].push_back(position);
   }
+  seen_.assign(scan_.size(), 0);
+}
+
+std::uint32_t FwdIndex::intern(std::string const& text) {
+  return ids_.emplace(text, static_cast<std::uint32_t>(ids_.size()))
+      .first->second;
 }
 
 void FwdIndex::write_observation_error() const {
@@ -163,8 +162,7 @@ void FwdIndex::write_observation_error() const {
 // Positions in the scan (before the first unmapped one) of the observations
 // that belong to `fwd` itself: a sign among its rule names or equal to its
 // name; for a provider error, a sign equal to its name.
-void FwdIndex::own_positions(Fwd const& fwd,
-                             std::vector<std::uint32_t>& positions) {
+void FwdIndex::own_positions(Fwd const& fwd, Positions& positions) {
   positions.clear();
   auto take = [&](auto const& index, std::string const& sign) {
     auto found = index.find(sign);
@@ -182,35 +180,43 @@ void FwdIndex::own_positions(Fwd const& fwd,
                   positions.end());
 }
 
-// The full list of `fwd`, made once per scan. Only called when every
-// scanned observation maps.
-std::vector<FwdIndex::Entry> const& FwdIndex::list_of(Fwd const& fwd) {
+// The full list of `fwd` as scan positions, made once per scan. Only called
+// when every scanned observation maps.
+FwdIndex::Positions const& FwdIndex::list_of(Fwd const& fwd) {
+  static Positions const kNothing;
   auto [slot, fresh] = lists_.try_emplace(&fwd);
   if (!fresh) {
     // A definition that is its own descendant would recurse for ever; its
     // inner occurrence contributes nothing.
-    static std::vector<Entry> const kNothing;
     return slot->second ? *slot->second : kNothing;
   }
-  std::vector<Entry> list;
-  std::vector<std::uint32_t> positions;
-  own_positions(fwd, positions);
-  for (auto position : positions) list.push_back(scan_[position]);
+  // The children's lists first: making them uses the marks below.
+  std::vector<Positions const*> children;
   if (fwd.node) {
-    std::unordered_set<FindingKey, FindingKeyHash> seen;
-    for (auto const& entry : list) remember(seen, **entry);
     for (auto const& branch : fwd.node->branches) {
       for (auto const& child_node : branch) {
         if (!child_node) continue;
         auto child = child_node->fwd.lock();
         if (!child) continue;
-        auto const& child_list = list_of(*child);
-        append_new(child_list, list, seen);
+        children.push_back(&list_of(*child));
       }
     }
   }
-  // list_of() may have added entries; find the slot again.
-  auto& stored = lists_[&fwd];
+  Positions list;
+  own_positions(fwd, list);
+  if (!children.empty()) {
+    std::uint32_t const mark = ++generation_;
+    for (auto position : list) seen_[canonical_[position]] = mark;
+    for (auto const* child_list : children) {
+      for (auto position : *child_list) {
+        auto& seen = seen_[canonical_[position]];
+        if (seen == mark) continue;
+        seen = mark;
+        list.push_back(position);
+      }
+    }
+  }
+  auto& stored = lists_[&fwd];  // the recursion may have moved `slot`
   stored = std::move(list);
   return *stored;
 }
@@ -218,32 +224,44 @@ std::vector<FwdIndex::Entry> const& FwdIndex::list_of(Fwd const& fwd) {
 int FwdIndex::observations(Fwd const& fwd, std::vector<CollapsedPtr>& result) {
   refresh();
   if (first_unmapped_ < scan_.size()) {
-    std::vector<std::uint32_t> positions;
+    Positions positions;
     own_positions(fwd, positions);
     for (auto position : positions) result.push_back(*scan_[position]);
     write_observation_error();
     return 1;
   }
   if (result.empty()) {
-    for (auto const& entry : list_of(fwd)) result.push_back(*entry);
+    for (auto position : list_of(fwd)) result.push_back(*scan_[position]);
     return 0;
   }
   // Entries already in `result` take part in the test for repeats.
-  std::vector<std::uint32_t> positions;
-  own_positions(fwd, positions);
-  for (auto position : positions) result.push_back(*scan_[position]);
+  std::vector<Positions const*> children;
   if (fwd.node) {
-    std::unordered_set<FindingKey, FindingKeyHash> seen;
-    for (auto const& output : result) {
-      if (output) remember(seen, *output);
-    }
     for (auto const& branch : fwd.node->branches) {
       for (auto const& child_node : branch) {
         if (!child_node) continue;
         auto child = child_node->fwd.lock();
         if (!child) continue;
-        append_new(list_of(*child), result, seen);
+        children.push_back(&list_of(*child));
       }
+    }
+  }
+  Positions positions;
+  own_positions(fwd, positions);
+  for (auto position : positions) result.push_back(*scan_[position]);
+  if (children.empty()) return 0;
+  std::unordered_set<FindingKey, FindingKeyHash> seen;
+  for (auto const& output : result) {
+    if (output) remember(seen, *output);
+  }
+  for (auto const* child_list : children) {
+    for (auto position : *child_list) {
+      CollapsedAnalysisOutput const& output = **scan_[position];
+      if (!output.outputs.empty() && output.outputs.front() &&
+          !seen.insert(finding_key(*output.outputs.front())).second) {
+        continue;
+      }
+      result.push_back(*scan_[position]);
     }
   }
   return 0;
@@ -285,14 +303,17 @@ FwdIndex::DiagnosisGroup const& FwdIndex::diagnosis_group(
       info.first_unmapped = i;
       break;
     }
-    info.triggers.push_back(triggers);
-    info.trigger_entries += triggers->size();
+    auto const position = static_cast<std::uint32_t>(i);
+    info.triggers.emplace_back();
     for (auto const& trigger : *triggers) {
-      auto& positions = info.by_trigger[trigger];
-      if (positions.empty() || positions.back() != i) {
-        positions.push_back(static_cast<std::uint32_t>(i));
+      std::uint32_t const id = intern(trigger);
+      info.triggers.back().push_back(id);
+      auto& positions = info.by_trigger[id];
+      if (positions.empty() || positions.back() != position) {
+        positions.push_back(position);
       }
     }
+    info.trigger_entries += triggers->size();
   }
   return info;
 }
@@ -303,19 +324,19 @@ int FwdIndex::populate(Fwd& fwd) {
     write_observation_error();
     return 1;
   }
-  std::vector<Entry> const list = list_of(fwd);
+  Positions const& list = list_of(fwd);
   if (list.empty()) return 0;
   int const threshold = data_.severity_threshold;
 
-  for (auto const& entry : list) {
-    if (severity_of(**entry) >= threshold) {
+  for (auto position : list) {
+    if (severity_of(**scan_[position]) >= threshold) {
       fwd.passed = false;
       break;
     }
   }
 
-  for (auto const& entry : list) {
-    int const severity = severity_of(**entry);
+  for (auto position : list) {
+    int const severity = severity_of(**scan_[position]);
     unsigned key = severity >= threshold ? 16u : 0u;
     key |= static_cast<unsigned>(severity_value(severity));
     key = ((key & 0xFFu) | 3u) & 31u;
@@ -323,9 +344,10 @@ int FwdIndex::populate(Fwd& fwd) {
   }
 
   if (!data_.sorted_outputs) return 0;
-  std::unordered_set<std::string> usable_ids;
-  bool have_usable_ids = false;
-  std::vector<std::uint32_t> marks;
+  // The usable ids of the list's observations, marked by number.
+  std::vector<std::uint32_t> list_ids;
+  std::uint32_t id_mark = 0;
+  std::vector<std::uint32_t> diagnosis_marks;
   // The band table may have grown in the step above; walk it as it is now.
   for (auto const& [name, band] : postprocessor::severity_bands) {
     unsigned const key = band_key(band, threshold) & 31u;
@@ -334,36 +356,44 @@ int FwdIndex::populate(Fwd& fwd) {
       continue;
     }
     DiagnosisGroup const& info = diagnosis_group(key, group->second);
-    if (!have_usable_ids) {
-      have_usable_ids = true;
-      for (auto const& entry : list) {
-        CollapsedAnalysisOutput const& observation = **entry;
+    if (id_mark == 0 || marked_ids_.size() < ids_.size()) {
+      // (Re)mark after numbers were added for new triggers.
+      marked_ids_.resize(ids_.size(), 0);
+      id_mark = ++generation_;
+      list_ids.clear();
+      for (auto position : list) {
+        CollapsedAnalysisOutput const& observation = **scan_[position];
         if (observation.outputs.empty() || !observation.outputs.front()) {
           continue;
         }
-        usable_ids.insert(
-            UtilityFunctions::get_usable_id(first_id(observation)));
+        auto& mark = marked_ids_[usable_[position]];
+        if (mark != id_mark) {
+          mark = id_mark;
+          list_ids.push_back(usable_[position]);
+        }
       }
     }
     // Diagnoses before the first unmapped one that some observation of the
     // list triggered, each counted once.
     int related = 0;
-    if (usable_ids.size() * 4 < info.trigger_entries) {
-      marks.assign(info.triggers.size(), 0);
-      for (auto const& id : usable_ids) {
+    if (list_ids.size() * 4 < info.trigger_entries) {
+      std::uint32_t const mark = ++generation_;
+      diagnosis_marks.resize(
+          std::max(diagnosis_marks.size(), info.triggers.size()), 0);
+      for (auto id : list_ids) {
         auto found = info.by_trigger.find(id);
         if (found == info.by_trigger.end()) continue;
         for (auto position : found->second) {
-          if (marks[position] == 0) {
-            marks[position] = 1;
+          if (diagnosis_marks[position] != mark) {
+            diagnosis_marks[position] = mark;
             ++related;
           }
         }
       }
     } else {
-      for (auto const* triggers : info.triggers) {
-        for (auto const& trigger : *triggers) {
-          if (usable_ids.count(trigger) != 0) {
+      for (auto const& triggers : info.triggers) {
+        for (auto id : triggers) {
+          if (marked_ids_[id] == id_mark) {
             ++related;
             break;
           }

@@ -62,17 +62,21 @@ class FwdIndex {
  private:
   using Table = std::vector<
       std::pair<std::string, std::tuple<int, int, postprocessor::Severity>>>;
+  using Positions = std::vector<std::uint32_t>;  // into scan_
 
   struct DiagnosisGroup {
     std::size_t first_unmapped;  // npos when every diagnosis maps
-    std::vector<std::vector<std::string> const*> triggers;  // by position
+    // Per diagnosis before the first unmapped one: its triggers' id numbers.
+    std::vector<std::vector<std::uint32_t>> triggers;
     std::size_t trigger_entries = 0;
-    std::unordered_map<std::string, std::vector<std::uint32_t>> by_trigger;
+    // Id number -> positions of the diagnoses it triggers, ascending.
+    std::unordered_map<std::uint32_t, Positions> by_trigger;
   };
 
   void refresh();
-  void own_positions(Fwd const& fwd, std::vector<std::uint32_t>& positions);
-  std::vector<Entry> const& list_of(Fwd const& fwd);
+  std::uint32_t intern(std::string const& text);
+  void own_positions(Fwd const& fwd, Positions& positions);
+  Positions const& list_of(Fwd const& fwd);
   int severity_value(int severity);
   DiagnosisGroup const& diagnosis_group(unsigned key,
                                         std::vector<CollapsedPtr> const& group);
@@ -82,10 +86,19 @@ class FwdIndex {
   Table table_;  // the band table the scan was made with
   bool scanned_ = false;
   std::vector<Entry> scan_;
+  // Per scan position: the first position holding an equal finding (id,
+  // severity, message), and the number of its usable id.
+  Positions canonical_;
+  std::vector<std::uint32_t> usable_;
   std::size_t first_unmapped_ = 0;  // scan_.size() when none
-  std::unordered_map<std::string, std::vector<std::uint32_t>> by_sign_;
-  std::unordered_map<std::string, std::vector<std::uint32_t>> by_name_sign_;
-  std::unordered_map<Fwd const*, std::optional<std::vector<Entry>>> lists_;
+  std::unordered_map<std::string, Positions> by_sign_;
+  std::unordered_map<std::string, Positions> by_name_sign_;
+  std::unordered_map<Fwd const*, std::optional<Positions>> lists_;
+  // Numbers for ids, kept across rebuilds so diagnosis groups stay valid.
+  std::unordered_map<std::string, std::uint32_t> ids_;
+  std::vector<std::uint32_t> seen_;  // generation marks, by canonical position
+  std::vector<std::uint32_t> marked_ids_;  // generation marks, by id number
+  std::uint32_t generation_ = 0;
   std::map<int, int> severity_values_;
   std::array<std::optional<DiagnosisGroup>, 32> diagnosis_groups_;
 };
