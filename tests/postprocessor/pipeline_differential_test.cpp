@@ -343,6 +343,7 @@ TEST(PipelineDifferential, SingleStepsAgree) {
   ScopedBands bands;
   UtilityFunctions uf;
   int failures = 0, grown_tables = 0;
+  std::map<std::string, int> messages;  // how often each error was met
   for (std::uint64_t seed = 1; seed <= kSingleStepRuns && failures < 5;
        ++seed) {
     CaseMaker maker(seed * 7919);
@@ -498,6 +499,11 @@ TEST(PipelineDifferential, SingleStepsAgree) {
       } else {
         continue;
       }
+      for (char const* text :
+           {"Error mapping observation", "to the signs that triggered",
+            "to the observation(s) that triggered"}) {
+        if (err_b.find(text) != std::string::npos) ++messages[text];
+      }
       bool same = rc_a == rc_b && err_a == err_b;
       EXPECT_TRUE(same) << trace << " " << what << " rc " << rc_a << " vs "
                         << rc_b << " err [" << err_a << "] vs [" << err_b
@@ -514,8 +520,12 @@ TEST(PipelineDifferential, SingleStepsAgree) {
     }
     severity_bands = bands.saved();
   }
-  // Out-of-range severities reached the band table's "" row.
+  // Out-of-range severities reached the band table's "" row, and each of
+  // the three error lines was met.
   EXPECT_GT(grown_tables, 5);
+  EXPECT_GT(messages["Error mapping observation"], 5);
+  EXPECT_GT(messages["to the signs that triggered"], 5);
+  EXPECT_GT(messages["to the observation(s) that triggered"], 5);
 }
 
 // Collapsing into vectors that already hold records, some of another kind.
