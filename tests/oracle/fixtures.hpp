@@ -18,6 +18,7 @@
 #ifndef VESK_TESTS_ORACLE_FIXTURES_HPP_
 #define VESK_TESTS_ORACLE_FIXTURES_HPP_
 
+#include <bitset>
 #include <map>
 #include <memory>
 #include <set>
@@ -43,6 +44,28 @@ class ScopedBands {
  private:
   std::map<std::string, std::tuple<int, int, postprocessor::Severity>> saved_;
 };
+
+// A record with empty mapping tables at `threshold` and, when `with_groups`,
+// an empty group map, as the single-step operations expect it.
+inline postprocessor::PostprocessorExtensionData prepared(
+    int threshold = 25, bool with_groups = true) {
+  postprocessor::PostprocessorExtensionData data;
+  data.severity_threshold = threshold;
+  data.diagnosis_observations =
+      std::make_shared<std::map<std::string, std::vector<std::string>>>();
+  data.observation_signs =
+      std::make_shared<std::map<std::string, std::vector<std::string>>>();
+  if (with_groups) {
+    data.sorted_outputs = std::make_shared<postprocessor::SortedOutputs>();
+  }
+  return data;
+}
+
+// The group under `key`, created empty when missing.
+inline std::vector<std::shared_ptr<CollapsedAnalysisOutput>>& group(
+    postprocessor::PostprocessorExtensionData& data, unsigned key) {
+  return (*data.sorted_outputs)[std::bitset<5>(key)];
+}
 
 // Breaks the link cycles of a record's groups at scope exit, so that the
 // records are freed and leak checkers stay quiet. Declare it after the

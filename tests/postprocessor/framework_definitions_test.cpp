@@ -20,6 +20,8 @@ namespace {
 
 using oracle::collapsed;
 using oracle::definition;
+using oracle::group;
+using oracle::prepared;
 using oracle::raw;
 using postprocessor::DIAGNOSIS;
 using postprocessor::OBSERVATION;
@@ -29,21 +31,6 @@ using postprocessor::UtilityFunctions;
 using Ptr = std::shared_ptr<CollapsedAnalysisOutput>;
 using List = std::vector<Ptr>;
 using Counts = std::map<unsigned, int>;
-
-PostprocessorExtensionData prepared(int threshold) {
-  PostprocessorExtensionData data;
-  data.severity_threshold = threshold;
-  data.diagnosis_observations =
-      std::make_shared<std::map<std::string, std::vector<std::string>>>();
-  data.observation_signs =
-      std::make_shared<std::map<std::string, std::vector<std::string>>>();
-  data.sorted_outputs = std::make_shared<postprocessor::SortedOutputs>();
-  return data;
-}
-
-List& group(PostprocessorExtensionData& data, unsigned key) {
-  return (*data.sorted_outputs)[std::bitset<5>(key)];
-}
 
 Ptr observation(PostprocessorExtensionData& data, std::string const& id,
                 int severity, unsigned key, std::vector<std::string> signs) {

@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/golden.hpp"
 #include "support/sink.hpp"
 
 namespace {
@@ -31,15 +32,7 @@ using vesk::postprocessor::SECONDARY_OBSERVATION;
 using vesk::postprocessor::UtilityFunctions;
 using vesk::testing::ScopedSink;
 
-std::string read_golden(std::string const& name) {
-  std::filesystem::path const path =
-      std::filesystem::path(__FILE__).parent_path() / ".." / "golden" / name;
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_TRUE(in.good()) << "cannot open " << path;
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using vesk::testing::read_golden;
 
 std::shared_ptr<AnalysisOutput> raw(std::string const& id,
                                     std::vector<std::string> const& nodes,

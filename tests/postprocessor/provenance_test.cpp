@@ -20,6 +20,8 @@ namespace {
 
 using oracle::collapsed;
 using oracle::definition;
+using oracle::group;
+using oracle::prepared;
 using oracle::raw;
 using postprocessor::DIAGNOSIS;
 using postprocessor::OBSERVATION;
@@ -29,24 +31,9 @@ using postprocessor::UtilityFunctions;
 using Ptr = std::shared_ptr<CollapsedAnalysisOutput>;
 using List = std::vector<Ptr>;
 
-// A record with empty tables and groups, threshold 25.
-PostprocessorExtensionData prepared() {
-  PostprocessorExtensionData data;
-  data.diagnosis_observations =
-      std::make_shared<std::map<std::string, std::vector<std::string>>>();
-  data.observation_signs =
-      std::make_shared<std::map<std::string, std::vector<std::string>>>();
-  data.sorted_outputs = std::make_shared<postprocessor::SortedOutputs>();
-  return data;
-}
-
 void add_definition(PostprocessorExtensionData& data,
                     std::shared_ptr<Fwd> const& fwd) {
   data.fwd_attributes->fwds[fwd->name] = fwd;
-}
-
-List& group(PostprocessorExtensionData& data, unsigned key) {
-  return (*data.sorted_outputs)[std::bitset<5>(key)];
 }
 
 TEST(PopulateCollapsedOutput, ApiExamples) {

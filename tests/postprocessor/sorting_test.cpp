@@ -33,14 +33,9 @@ std::vector<std::shared_ptr<CollapsedAnalysisOutput>> const& group(
   return data.sorted_outputs->at(std::bitset<5>(key));
 }
 
+// A record with empty mapping tables and no groups yet.
 PostprocessorExtensionData prepared(int threshold) {
-  PostprocessorExtensionData data;
-  data.severity_threshold = threshold;
-  data.diagnosis_observations =
-      std::make_shared<std::map<std::string, std::vector<std::string>>>();
-  data.observation_signs =
-      std::make_shared<std::map<std::string, std::vector<std::string>>>();
-  return data;
+  return oracle::prepared(threshold, false);
 }
 
 TEST(SortType, ApiExamples) {

@@ -21,6 +21,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/golden.hpp"
 #include "support/sink.hpp"
 
 namespace {
@@ -33,17 +34,9 @@ using vesk::postprocessor::SortedOutputs;
 using vesk::postprocessor::UtilityFunctions;
 using vesk::testing::ScopedSink;
 
-std::string const kRule(80, '-');
+using vesk::testing::read_golden;
 
-std::string read_golden(std::string const& name) {
-  std::filesystem::path const path =
-      std::filesystem::path(__FILE__).parent_path() / ".." / "golden" / name;
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_TRUE(in.good()) << "cannot open " << path;
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string const kRule(80, '-');
 
 // The suppression file as the summary names it: the test executable's
 // directory, then "/../../" and "/etc/vesk.xml", not normalised.

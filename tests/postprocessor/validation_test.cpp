@@ -20,6 +20,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/golden.hpp"
 #include "support/sink.hpp"
 
 namespace {
@@ -35,17 +36,9 @@ using vesk::postprocessor::SortedOutputs;
 using vesk::postprocessor::UtilityFunctions;
 using vesk::testing::ScopedSink;
 
-std::string const kRule(80, '-');
+using vesk::testing::read_golden;
 
-std::string read_golden(std::string const& name) {
-  std::filesystem::path const path =
-      std::filesystem::path(__FILE__).parent_path() / ".." / "golden" / name;
-  std::ifstream in(path, std::ios::binary);
-  EXPECT_TRUE(in.good()) << "cannot open " << path;
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+std::string const kRule(80, '-');
 
 // A data record with an empty group map and an empty sign table, ready for
 // definitions and observations to be added.
