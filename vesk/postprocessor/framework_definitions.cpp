@@ -182,6 +182,20 @@ void FwdIndex::own_positions(Fwd const& fwd, Positions& positions) {
 
 // The full list of `fwd` as scan positions, made once per scan. Only called
 // when every scanned observation maps.
+std::vector<FwdIndex::Positions const*> FwdIndex::child_lists(Fwd const& fwd) {
+  std::vector<Positions const*> children;
+  if (!fwd.node) return children;
+  for (auto const& branch : fwd.node->branches) {
+    for (auto const& child_node : branch) {
+      if (!child_node) continue;
+      auto child = child_node->fwd.lock();
+      if (!child) continue;
+      children.push_back(&list_of(*child));
+    }
+  }
+  return children;
+}
+
 FwdIndex::Positions const& FwdIndex::list_of(Fwd const& fwd) {
   static Positions const kNothing;
   auto [slot, fresh] = lists_.try_emplace(&fwd);
@@ -191,17 +205,7 @@ FwdIndex::Positions const& FwdIndex::list_of(Fwd const& fwd) {
     return slot->second ? *slot->second : kNothing;
   }
   // The children's lists first: making them uses the marks below.
-  std::vector<Positions const*> children;
-  if (fwd.node) {
-    for (auto const& branch : fwd.node->branches) {
-      for (auto const& child_node : branch) {
-        if (!child_node) continue;
-        auto child = child_node->fwd.lock();
-        if (!child) continue;
-        children.push_back(&list_of(*child));
-      }
-    }
-  }
+  std::vector<Positions const*> const children = child_lists(fwd);
   Positions list;
   own_positions(fwd, list);
   if (!children.empty()) {
@@ -235,17 +239,7 @@ int FwdIndex::observations(Fwd const& fwd, std::vector<CollapsedPtr>& result) {
     return 0;
   }
   // Entries already in `result` take part in the test for repeats.
-  std::vector<Positions const*> children;
-  if (fwd.node) {
-    for (auto const& branch : fwd.node->branches) {
-      for (auto const& child_node : branch) {
-        if (!child_node) continue;
-        auto child = child_node->fwd.lock();
-        if (!child) continue;
-        children.push_back(&list_of(*child));
-      }
-    }
-  }
+  std::vector<Positions const*> const children = child_lists(fwd);
   Positions positions;
   own_positions(fwd, positions);
   for (auto position : positions) result.push_back(*scan_[position]);

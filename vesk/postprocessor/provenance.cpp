@@ -57,6 +57,23 @@ unsigned mapping_key(std::tuple<int, int, Severity> const& band, Type type,
   return (key & 0xFFu) & 31u;
 }
 
+// Links a diagnosis and the outputs that triggered it, both ways: the
+// diagnosis files each trigger under the trigger's own kind; a triggering
+// diagnosis lists it in its related_diagnoses, an observation under
+// DIAGNOSIS in its related.
+void link_triggers(
+    std::shared_ptr<CollapsedAnalysisOutput> const& diagnosis,
+    std::vector<std::shared_ptr<CollapsedAnalysisOutput>> const& triggers) {
+  for (auto const& trigger : triggers) {
+    diagnosis->related[trigger->type].insert(trigger);
+    if (trigger->type == DIAGNOSIS) {
+      trigger->related_diagnoses.insert(diagnosis);
+    } else {
+      trigger->related[DIAGNOSIS].insert(diagnosis);
+    }
+  }
+}
+
 bool contains(std::vector<std::string> const& list, std::string const& text) {
   return std::find(list.begin(), list.end(), text) != list.end();
 }
@@ -175,14 +192,7 @@ int UtilityFunctions::PopulateCollapsedOutput(
   CollapsedList diagnoses;
   if (DiagnosisMapping(output, data, diagnoses, DIAGNOSIS) != 0) return 1;
   triggers.insert(triggers.end(), diagnoses.begin(), diagnoses.end());
-  for (auto const& trigger : triggers) {
-    output->related[trigger->type].insert(trigger);
-    if (trigger->type == DIAGNOSIS) {
-      trigger->related_diagnoses.insert(output);
-    } else {
-      trigger->related[DIAGNOSIS].insert(output);
-    }
-  }
+  link_triggers(output, triggers);
   return 0;
 }
 
@@ -359,14 +369,7 @@ int LinkIndex::populate(CollapsedPtr const& output, Type type) {
   std::vector<CollapsedPtr> diagnoses;
   if (diagnosis_mapping(*output, DIAGNOSIS, diagnoses) != 0) return 1;
   triggers.insert(triggers.end(), diagnoses.begin(), diagnoses.end());
-  for (auto const& trigger : triggers) {
-    output->related[trigger->type].insert(trigger);
-    if (trigger->type == DIAGNOSIS) {
-      trigger->related_diagnoses.insert(output);
-    } else {
-      trigger->related[DIAGNOSIS].insert(output);
-    }
-  }
+  postprocessor::link_triggers(output, triggers);
   return 0;
 }
 
