@@ -11,8 +11,9 @@
 //
 //   #include "vesk/vesk.hpp"
 //
-//   vesk::log::OutputLog(vesk::log::OutputLog::NO_COLOR);  // creates the sink
-//   vesk::log::OutputLog::singleton_obj->streams.push_back({&std::cout, false});
+//   using vesk::log::OutputLog;
+//   OutputLog::singleton_obj = std::make_unique<OutputLog::OutputLogStream>();
+//   OutputLog::singleton_obj->streams.push_back({&std::cout, false});
 //   vesk::postprocessor::UtilityFunctions uf;
 //   vesk::postprocessor::PostprocessorExtensionData data;
 //   int rc = uf.fillOutputData(config, data);
