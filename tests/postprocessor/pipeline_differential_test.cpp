@@ -164,18 +164,15 @@ class CaseMaker {
     for (auto const& fwd : fwds) sign_pool.push_back(fwd->name);
     int const missing = chance(30) ? 12 : 0;
     for (auto const& base : obs_ids) {
-      for (auto const& sub : kSubs) {
-        std::string key =
-            base.rfind("provider-error-code", 0) == 0 ? base : base;
-        (void)sub;
-        if (chance(missing)) continue;
-        std::vector<std::string> signs;
-        for (int s = below(4); s > 0; --s) signs.push_back(pick(sign_pool));
-        if (!signs.empty() && chance(15)) signs.push_back(signs.front());
-        config.observation_signs[key] = signs;
-        break;
-      }
+      if (chance(missing)) continue;
+      std::vector<std::string> signs;
+      for (int s = below(4); s > 0; --s) signs.push_back(pick(sign_pool));
+      if (!signs.empty() && chance(15)) signs.push_back(signs.front());
+      config.observation_signs[base] = signs;
     }
+    // An entry under an id with its sub-id, which lookups never use: the
+    // sign table is keyed by the sub-id-free form.
+    if (chance(20)) config.observation_signs["o0#a"] = {pick(sign_pool)};
     std::vector<std::string> trigger_pool = {"o0",
                                              "o1",
                                              "o2",
@@ -253,6 +250,7 @@ TEST(PipelineDifferential, ApiExamples) {
 TEST(PipelineDifferential, WholeRunsAgree) {
   ScopedBands bands;
   int failures = 0, errors = 0;
+  std::map<std::string, int> messages;  // how often each error was met
   for (std::uint64_t seed = 1; seed <= kWholeRuns; ++seed) {
     CaseMaker maker(seed);
     Config config = maker.make();
@@ -283,9 +281,16 @@ TEST(PipelineDifferential, WholeRunsAgree) {
                       << bands_text(ref.bands_after);
     if (!same && ++failures > 5) break;
     if (ref.rc != 0) ++errors;
+    for (char const* text :
+         {"Error mapping observation", "to the signs that triggered"}) {
+      if (ref.err.find(text) != std::string::npos) ++messages[text];
+    }
   }
-  // The cases reach both outcomes.
+  // The cases reach both outcomes and both errors of the sorting step (a
+  // diagnosis that sorting could map cannot fail later).
   EXPECT_GT(errors, 50);
+  EXPECT_GT(messages["Error mapping observation"], 5);
+  EXPECT_GT(messages["to the signs that triggered"], 5);
 }
 
 // Collapsed groups without links, made the same way on two records.
@@ -504,6 +509,10 @@ TEST(PipelineDifferential, SingleStepsAgree) {
             "to the observation(s) that triggered"}) {
         if (err_b.find(text) != std::string::npos) ++messages[text];
       }
+      if (action >= 4 &&
+          err_b.find("Error mapping observation") != std::string::npos) {
+        ++messages["observation error in a definition's list"];
+      }
       bool same = rc_a == rc_b && err_a == err_b;
       EXPECT_TRUE(same) << trace << " " << what << " rc " << rc_a << " vs "
                         << rc_b << " err [" << err_a << "] vs [" << err_b
@@ -526,6 +535,7 @@ TEST(PipelineDifferential, SingleStepsAgree) {
   EXPECT_GT(messages["Error mapping observation"], 5);
   EXPECT_GT(messages["to the signs that triggered"], 5);
   EXPECT_GT(messages["to the observation(s) that triggered"], 5);
+  EXPECT_GT(messages["observation error in a definition's list"], 5);
 }
 
 // Collapsing into vectors that already hold records, some of another kind.
