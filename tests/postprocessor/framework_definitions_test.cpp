@@ -258,6 +258,29 @@ TEST(FWDObservations, EntriesAlreadyInTheResultCountAsSeen) {
   EXPECT_EQ(result, (List{copy_of_kid, own}));
 }
 
+TEST(FWDObservations, RecordWithoutRawResultsIsNeverARepeat) {
+  UtilityFunctions uf;
+  auto data = prepared(25);
+  oracle::ScopedLinks links(data);
+  // Its id reads as "", which the sign table maps here.
+  auto bare = collapsed({}, OBSERVATION);
+  group(data, 21).push_back(bare);
+  (*data.observation_signs)[""] = {"r"};
+  auto parent = definition("/f/p.xml");
+  auto left = definition("/f/l.xml", {"r"});
+  auto right = definition("/f/r.xml", {"r"});
+  oracle::add_child(*parent, left, 0);
+  oracle::add_child(*parent, right, 1);
+  List result;
+  EXPECT_EQ(uf.FWDObservations(*parent, data, result), 0);
+  EXPECT_EQ(result, (List{bare, bare}));
+  auto own = definition("/f/own.xml", {"r"});
+  oracle::add_child(*own, left);
+  result.clear();
+  EXPECT_EQ(uf.FWDObservations(*own, data, result), 0);
+  EXPECT_EQ(result, (List{bare, bare}));
+}
+
 TEST(FWDObservations, FailureKeepsWhatWasAppended) {
   UtilityFunctions uf;
   auto data = prepared(25);

@@ -45,6 +45,8 @@ namespace {
 using postprocessor::UtilityFunctions;
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+// canonical_ of a record without raw results: it has no finding to repeat.
+constexpr std::uint32_t kNoFinding = static_cast<std::uint32_t>(-1);
 
 std::string const& first_id(CollapsedAnalysisOutput const& output) {
   static std::string const kEmpty;
@@ -131,7 +133,7 @@ void FwdIndex::refresh() {
           first_of.emplace(finding_key(*output.outputs.front()), position)
               .first->second);
     } else {
-      canonical_.push_back(position);  // never a repeat of anything
+      canonical_.push_back(kNoFinding);  // never a repeat of anything
     }
     usable_.push_back(intern(provider ? id : short_id));
     distinct.clear();
@@ -210,12 +212,18 @@ FwdIndex::Positions const& FwdIndex::list_of(Fwd const& fwd) {
   own_positions(fwd, list);
   if (!children.empty()) {
     std::uint32_t const mark = ++generation_;
-    for (auto position : list) seen_[canonical_[position]] = mark;
+    for (auto position : list) {
+      if (canonical_[position] != kNoFinding)
+        seen_[canonical_[position]] = mark;
+    }
     for (auto const* child_list : children) {
       for (auto position : *child_list) {
-        auto& seen = seen_[canonical_[position]];
-        if (seen == mark) continue;
-        seen = mark;
+        // A record without raw results is appended every time it comes.
+        if (canonical_[position] != kNoFinding) {
+          auto& seen = seen_[canonical_[position]];
+          if (seen == mark) continue;
+          seen = mark;
+        }
         list.push_back(position);
       }
     }

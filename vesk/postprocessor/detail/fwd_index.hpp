@@ -89,7 +89,8 @@ class FwdIndex {
   bool scanned_ = false;
   std::vector<Entry> scan_;
   // Per scan position: the first position holding an equal finding (id,
-  // severity, message), and the number of its usable id.
+  // severity, message), or all bits set for a record without raw results,
+  // and the number of its usable id.
   Positions canonical_;
   std::vector<std::uint32_t> usable_;
   std::size_t first_unmapped_ = 0;  // scan_.size() when none
