@@ -209,4 +209,11 @@ TEST(PrintIssueCount, WrapsAtSpacesOnlyToTerminalWidth) {
             "0 WARNING\n");
 }
 
+TEST(PrintIssueCount, BreaksAtSpacesOnlyNotAtTabsOrCommas) {
+  ScopedBands bands({{"ab,cd\tef", {75, 100, CRITICAL}}});
+  PostprocessorExtensionData data;
+  data.terminal_width = 9;
+  EXPECT_EQ(print(data, false), "0\nAB,CD\tEF\n");
+}
+
 }  // namespace

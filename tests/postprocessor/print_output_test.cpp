@@ -391,6 +391,24 @@ TEST(PrintOutput, LongNodeListBreaksAfterComma) {
             "   9,11,13]\n");
 }
 
+TEST(PrintOutput, HeaderBreaksAtBlanksAndTabsButNotAfterCommas) {
+  PostprocessorExtensionData data;
+  data.terminal_width = 20;
+  EXPECT_EQ(print(collapsed({raw("abcdefgh\tijkl,mnop", {"n1"},
+                                 "abcdefgh\tijkl,mnop qrst")}),
+                  data),
+            // Header: breaks at the tab, keeps "ijkl,mnop" whole.
+            "1. abcdefgh\n"
+            "   ijkl,mnop\n"
+            "   (appears on 1\n"
+            "   node)\n"
+            // Body: breaks after the comma, keeps the tab inside a piece.
+            "   Message:\n"
+            "   abcdefgh\tijkl,\n"
+            "   mnop qrst\n"
+            "   Nodes: n1\n");
+}
+
 struct GoldenCase {
   bool diagnosis;
   int width;

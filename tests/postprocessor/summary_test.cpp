@@ -244,6 +244,35 @@ TEST(Summarize, FailLevelNamesLevelOfThreshold) {
   }
 }
 
+TEST(Summarize, TotalsBreakAfterCommasNotAtTabs) {
+  // A level name with a comma and a tab shows which breaks the totals block
+  // allows.
+  auto const saved = vesk::postprocessor::severity_bands;
+  vesk::postprocessor::severity_bands = {
+      {"ab,cd\tef", {0, 100, vesk::postprocessor::WARNING}}};
+  PostprocessorExtensionData data;
+  data.terminal_width = 16;
+  data.group_counts = counts(0, 0, 0, 0);
+  data.severity_threshold_set = true;
+  data.severity_threshold = 25;
+  std::string const text = summarize(data);
+  vesk::postprocessor::severity_bands = saved;
+  EXPECT_EQ(text,
+            "Overall Result: PASS\n"
+            "\n"
+            "Total number of\n"
+            "issues\n"
+            "contributing to\n"
+            "FAIL: 0\n"
+            "FAIL Level: AB,\n"
+            "CD\tEF\n"
+            "\n"
+            "Total number of\n"
+            "other issues: 0\n"
+            "\n" +
+                kRule + "\n");
+}
+
 TEST(Summarize, DefaultThresholdNotSetPrintsNoFailLevel) {
   PostprocessorExtensionData data;
   data.group_counts = counts(0, 0, 0, 0);

@@ -300,6 +300,21 @@ TEST(PrintValidation, RecordWithoutSignTableFailsMapping) {
   EXPECT_EQ(rc, 1);
 }
 
+TEST(PrintValidation, BreaksAtBlanksAndTabsButNotAfterCommas) {
+  PostprocessorExtensionData data = empty_data();
+  data.terminal_width = 20;
+  add_fwd(data, "/opt/fwd/a.xml", "Abcdefgh,ijklmnop\tqrst");
+  std::string const rule_line(20, '-');
+  EXPECT_EQ(validate(data),
+            "Solution Validation\n"
+            "Results\n"
+            "Abcdefgh,ijklmnop\n"
+            "qrst: PASS\n"
+            "\n" +
+                rule_line + "\n" + rule_line + "\n" + rule_line + "\n" +
+                rule_line + "\n");
+}
+
 class PrintValidationGolden : public ::testing::TestWithParam<int> {};
 
 TEST_P(PrintValidationGolden, MatchesGoldenBlock) {
