@@ -41,6 +41,15 @@ namespace {
 using simdjson::error_code;
 namespace ondemand = simdjson::ondemand;
 
+// How deep the document may nest where it is walked without a fixed shape
+// (the values of unknown keys); the parser keeps track of 1024 levels.
+constexpr int kMaxNesting = 1000;
+
+// How many levels a definition tree may have. The report walks the tree
+// recursively, so a chain of many thousands of definitions would exhaust
+// the stack; real trees have a handful of levels.
+constexpr std::size_t kMaxDefinitionLevels = 1000;
+
 // A framework definition as written in the document, kept until every
 // definition is known, so children may be named before they are defined.
 struct ChildRef {
@@ -217,7 +226,78 @@ class Loader {
           << "\n";
   }
 
-  void unknown_key() const { warn("unknown key ignored"); }
+  // A key that is not known is warned about and its value left unused, but
+  // the value must still be valid JSON: the parser checks only the brackets
+  // of a value it skips, so the value is walked here.
+  void unknown_key(ondemand::value value) {
+    warn("unknown key ignored");
+    check_value(value);
+  }
+
+  // Checks that `value` is valid JSON, nested at most kMaxNesting levels
+  // deep in the document (so a hostile document cannot exhaust the stack).
+  void check_value(ondemand::value value) {
+    if (doc_->current_depth() > kMaxNesting) {
+      throw InputError(location(), "expected JSON nested at most " +
+                                       std::to_string(kMaxNesting) +
+                                       " levels deep");
+    }
+    ondemand::json_type type;
+    if (error_code e = value.type().get(type)) fail_json(e, "a JSON value");
+    switch (type) {
+      case ondemand::json_type::object:
+        for_each_member(value, "an object",
+                        [&](std::string const&, ondemand::value member) {
+                          check_value(member);
+                        });
+        return;
+      case ondemand::json_type::array:
+        for_each_element(value, "an array",
+                         [&](ondemand::value item) { check_value(item); });
+        return;
+      case ondemand::json_type::string:
+        (void)get_string(value);
+        return;
+      default:
+        break;
+    }
+    std::string_view token = value.raw_json_token();
+    while (!token.empty() && (token.back() == ' ' || token.back() == '\t' ||
+                              token.back() == '\n' || token.back() == '\r')) {
+      token.remove_suffix(1);
+    }
+    if (token != "true" && token != "false" && token != "null" &&
+        !is_json_number(token)) {
+      throw InputError(location(), "expected a JSON value, found \"" +
+                                       std::string(token.substr(0, 40)) + "\"");
+    }
+  }
+
+  // -?(0|[1-9][0-9]*)(.[0-9]+)?([eE][+-]?[0-9]+)?
+  static bool is_json_number(std::string_view token) {
+    std::size_t i = 0;
+    auto digits = [&] {
+      std::size_t const from = i;
+      while (i < token.size() && token[i] >= '0' && token[i] <= '9') ++i;
+      return i > from;
+    };
+    if (i < token.size() && token[i] == '-') ++i;
+    if (i < token.size() && token[i] == '0') {
+      ++i;
+    } else if (!digits()) {
+      return false;
+    }
+    if (i < token.size() && token[i] == '.') {
+      ++i;
+      if (!digits()) return false;
+    }
+    if (i < token.size() && (token[i] == 'e' || token[i] == 'E')) {
+      ++i;
+      if (i < token.size() && (token[i] == '+' || token[i] == '-')) ++i;
+      if (!digits()) return false;
+    }
+    return i == token.size();
+  }
 
   // Strings are decoded straight from the document into the result, not
   // through the parser's string buffer, which would grow by every string
@@ -525,7 +605,7 @@ void Loader::load(simdjson::padded_string_view json) {
       for_each_element(value, "an array of framework definitions",
                        [&](ondemand::value item) { load_definition(item); });
     } else {
-      unknown_key();
+      unknown_key(value);
     }
   });
   char const* rest = nullptr;
@@ -567,7 +647,7 @@ void Loader::load_node(ondemand::value value) {
                           node.groups.insert(std::move(group));
                         }
                       } else {
-                        unknown_key();
+                        unknown_key(member);
                       }
                     });
     if (!has_hostname) fail("expected the required key \"hostname\"");
@@ -612,7 +692,7 @@ std::shared_ptr<AnalysisOutput> Loader::load_output(ondemand::value value) {
                              output->row_ids.insert(get_int32(item));
                            });
         } else {
-          unknown_key();
+          unknown_key(member);
         }
       });
   if (!has_id) fail("expected the required key \"id\"");
@@ -654,7 +734,7 @@ void Loader::load_definition(ondemand::value value) {
                                  });
               });
         } else {
-          unknown_key();
+          unknown_key(member);
         }
       });
   if (!has_name) fail("expected the required key \"name\"");
@@ -717,7 +797,10 @@ void Loader::build_definition_tree() {
 
   // Depth-first search without recursion (a long chain must not exhaust
   // the stack): 0 unvisited, 1 on the current path, 2 done.
+  // Each definition's number of levels (1: no children) is known when it is
+  // done, as all its descendants are done before it.
   std::vector<int> state(n, 0);
+  std::vector<std::size_t> levels(n, 1);
   for (std::size_t start = 0; start < n; ++start) {
     if (state[start] != 0) continue;
     std::vector<std::pair<std::size_t, std::size_t>> stack{{start, 0}};
@@ -725,6 +808,17 @@ void Loader::build_definition_tree() {
     while (!stack.empty()) {
       auto& [current, next] = stack.back();
       if (next == children[current].size()) {
+        for (std::size_t const child : children[current]) {
+          levels[current] = std::max(levels[current], levels[child] + 1);
+        }
+        if (levels[current] > kMaxDefinitionLevels) {
+          throw InputError(
+              "framework_definitions[" + std::to_string(current) + "]",
+              "expected a definition tree of at most " +
+                  std::to_string(kMaxDefinitionLevels) + " levels, found \"" +
+                  definitions_[current].fwd->name + "\" with " +
+                  std::to_string(levels[current] - 1) + " levels below it");
+        }
         state[current] = 2;
         stack.pop_back();
         continue;

@@ -219,6 +219,20 @@ TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
        "nonexistent.json: expected a readable file (No such file or "
        "directory)"},
       {".", ".: expected a file, found a directory"},
+      // The value of an unknown key is not used, but must be valid JSON.
+      {"unknown-key-malformed.json",
+       "unknown-key-malformed.json:2:18: expected valid JSON (The JSON "
+       "document has an improper structure: missing or superfluous commas, "
+       "braces, missing keys, etc.)"},
+      {"unknown-key-bad-literal.json",
+       "unknown-key-bad-literal.json:2:56: expected a JSON value, found "
+       "\"tru\""},
+      {"unknown-key-bad-number.json",
+       "unknown-key-bad-number.json:2:18: expected a JSON value, found "
+       "\"-\""},
+      {"unknown-key-bad-escape.json",
+       "unknown-key-bad-escape.json:colour[0]: expected a valid escape in a "
+       "string"},
       // Warnings met before the error are dropped with the document.
       {"warning-then-error.json",
        "warning-then-error.json:observations[1].id: expected a string"},
@@ -296,14 +310,25 @@ TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
   EXPECT_EQ(sink.text(), out.str());
 }
 
-TEST(ReportApp, DeepNestingIsSkippedOrRefusedWithoutCrash) {
+// The document (its top object is level 1) may nest 1000 levels deep.
+TEST(ReportApp, DeepNestingIsRefusedWithoutCrash) {
   std::string const deep = std::string(100000, '[') + std::string(100000, ']');
   TempFile const unknown("deep-unknown.json");
   unknown.write("{\"x\": " + deep + "}");
   RunResult const skipped = run_in(kInputDir, {unknown.path()});
-  EXPECT_EQ(skipped.status, kExitPassed);
+  EXPECT_EQ(skipped.status, kExitBadInput);
+  EXPECT_EQ(skipped.out, "");
+  // The 1000th bracket opens level 1001; the first one is in column 7.
   EXPECT_EQ(skipped.err, "vesk-report: " + unknown.path() +
-                             ":x: warning: unknown key ignored\n");
+                             ":1:1006: expected JSON nested at most 1000 "
+                             "levels deep\n");
+
+  TempFile const limit("deep-limit.json");
+  limit.write("{\"x\": " + std::string(999, '[') + std::string(999, ']') + "}");
+  RunResult const accepted = run_in(kInputDir, {limit.path()});
+  EXPECT_EQ(accepted.status, kExitPassed);
+  EXPECT_EQ(accepted.err, "vesk-report: " + limit.path() +
+                              ":x: warning: unknown key ignored\n");
 
   TempFile const known("deep-known.json");
   known.write("{\"nodes\": " + deep + "}");
@@ -313,6 +338,49 @@ TEST(ReportApp, DeepNestingIsSkippedOrRefusedWithoutCrash) {
   EXPECT_EQ(refused.err, "vesk-report: " + known.path() +
                              ":nodes[0]: expected a host name or a node "
                              "object\n");
+}
+
+// A chain of `count` titled definitions, each the only child of the one
+// before it.
+std::string definition_chain(int count) {
+  std::string text = "{\"framework_definitions\": [";
+  for (int i = 0; i < count; ++i) {
+    std::string const name = "\"d" + std::to_string(i) + "\"";
+    text += (i == 0 ? "" : ", ") + std::string("{\"name\": ") + name +
+            ", \"title\": " + name;
+    if (i + 1 < count) {
+      text += ", \"children\": [[\"d" + std::to_string(i + 1) + "\"]]";
+    }
+    text += "}";
+  }
+  return text + "]}";
+}
+
+// The report walks the definition tree recursively; a tree deeper than a
+// thousand levels is refused before anything is printed.
+TEST(ReportApp, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
+  TempFile const deepest("chain-1000.json");
+  deepest.write(definition_chain(1000));
+  RunResult const accepted = run_in(kInputDir, {deepest.path()});
+  EXPECT_EQ(accepted.status, kExitPassed);
+  EXPECT_EQ(accepted.err, "");
+  EXPECT_NE(accepted.out.find("\nd999: PASS\n"), std::string::npos);
+
+  for (int const count : {1001, 100000}) {
+    TempFile const chain("chain.json");
+    chain.write(definition_chain(count));
+    RunResult const refused = run_in(kInputDir, {chain.path()});
+    EXPECT_EQ(refused.status, kExitBadInput) << count;
+    EXPECT_EQ(refused.out, "") << count;
+    // The first definition found with 1000 levels below it.
+    std::string const first = std::to_string(count - 1001);
+    EXPECT_EQ(refused.err, "vesk-report: " + chain.path() +
+                               ":framework_definitions[" + first +
+                               "]: expected a definition tree of at most "
+                               "1000 levels, found \"d" +
+                               first + "\" with 1000 levels below it\n")
+        << count;
+  }
 }
 
 TEST(DocumentLoader, ReadsAHundredMegabyteMessage) {
