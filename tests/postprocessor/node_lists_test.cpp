@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -146,6 +147,24 @@ TEST(PrintNodes, WrapsAfterCommasToTerminalWidth) {
             "Nodes with issues\n"
             "found: n[1,9]\n"
             "\n");
+}
+
+TEST(PrintNodes, NumberOver32BitsPropagatesAndPrintsNothing) {
+  // Even a lone name goes through the merger here, so it is tokenized.
+  for (auto const& names : {std::vector<std::string>{"n99999999999"},
+                            std::vector<std::string>{"n1", "n2147483648"}}) {
+    PostprocessorExtensionData data;
+    data.node_list = nodes(names);
+    ScopedSink sink;
+    try {
+      UtilityFunctions().print_nodes(data);
+      ADD_FAILURE() << "no exception for " << names.back();
+    } catch (std::out_of_range const& e) {
+      EXPECT_EQ(std::string(e.what()), "stoi");
+    }
+    EXPECT_EQ(sink.text(), "");
+    EXPECT_EQ(sink.stream.flushes(), 0);
+  }
 }
 
 }  // namespace
