@@ -222,7 +222,8 @@ class Loader {
   }
 
   void warn(std::string const& what) const {
-    warn_ << "vesk-report: " << label_ << ":" << path_ << ": warning: " << what
+    warn_ << one_line("vesk-report: " + label_ + ":" + path_ +
+                      ": warning: " + what)
           << "\n";
   }
 
@@ -887,6 +888,29 @@ std::string read_stream(int fd, std::string const& path) {
 }
 
 }  // namespace
+
+std::string one_line(std::string_view text) {
+  std::string line;
+  line.reserve(text.size());
+  for (char const c : text) {
+    auto const byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7f) {
+      line += c;
+    } else if (c == '\n') {
+      line += "\\n";
+    } else if (c == '\r') {
+      line += "\\r";
+    } else if (c == '\t') {
+      line += "\\t";
+    } else {
+      static constexpr char kHex[] = "0123456789abcdef";
+      line += "\\x";
+      line += kHex[byte >> 4];
+      line += kHex[byte & 15];
+    }
+  }
+  return line;
+}
 
 void load_text(std::string_view text, std::string const& label, Config& config,
                LoadedSettings& settings, std::ostream& warn) {

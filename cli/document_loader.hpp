@@ -55,6 +55,13 @@ struct LoadedSettings {
   std::optional<std::string> log_level;  // a key of vesk::log_levels
 };
 
+// one_line()
+//
+// `text` with its control characters written as escapes (\n, \t, \x1b),
+// so that a message naming a key, a value or a file keeps to one line and
+// cannot drive the terminal.
+std::string one_line(std::string_view text);
+
 // load_file()
 //
 // Reads the document in `path` ("-": standard input) into `config`, which

@@ -118,8 +118,9 @@ std::string help_footer() {
   return "FILE is an analysis result document (JSON); \"-\", or no FILE "
          "with standard input\nnot a terminal, reads standard input. See "
          "vesk-report(1) for its format.\n\nExit status: 0 the run passed, 1 "
-         "it failed, 2 bad usage or input, 3 the report\nwas printed but a "
-         "result could not be mapped.";
+         "it failed, 2 bad usage or input (or the report\ncould not be "
+         "written), 3 the report was printed but a result could not be\n"
+         "mapped.";
 }
 
 // The --width check: a whole number of columns, 0 or more.
@@ -134,6 +135,24 @@ std::string check_width(std::string& text) {
   if (used != text.size() || text.empty() || value < 0 ||
       value > std::numeric_limits<int>::max()) {
     return "expected a number of columns from 0 to 2147483647, found \"" +
+           text + "\"";
+  }
+  return "";
+}
+
+// The --threshold check: a whole number that fits in an int.
+std::string check_threshold(std::string& text) {
+  std::size_t used = 0;
+  long long value = 0;
+  try {
+    value = std::stoll(text, &used);
+  } catch (std::exception const&) {
+    used = 0;
+  }
+  if (used != text.size() || text.empty() ||
+      value < std::numeric_limits<int>::min() ||
+      value > std::numeric_limits<int>::max()) {
+    return "expected an integer from -2147483648 to 2147483647, found \"" +
            text + "\"";
   }
   return "";
@@ -162,7 +181,8 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
       app.add_option("--threshold", threshold,
                      "Severity at and above which an issue contributes to "
                      "FAIL (overrides the document's)")
-          ->type_name("N");
+          ->type_name("N")
+          ->check(CLI::Validator(check_threshold, ""));
   auto* level_option = app.add_option("--log-level", level,
                                       "Log level: debug, info, notice, "
                                       "warning, error, critical or alert "
@@ -348,10 +368,18 @@ int run(std::vector<std::string> const& args, std::ostream& out,
   try {
     outcome = run_report(args, out, err, label);
   } catch (...) {
-    err << error_line(std::current_exception(), label) << "\n";
+    err << one_line(error_line(std::current_exception(), label)) << "\n";
   }
 
   if (!outcome) return kExitBadInput;
+  // A report cut short by a full disk or a closed pipe must not end with
+  // the status of a complete one.
+  out.flush();
+  if (!out) {
+    err << "vesk-report: standard output: expected to be able to write the "
+           "report, but writing failed\n";
+    return kExitBadInput;
+  }
   switch (*outcome) {
     case Outcome::kInfoShown:
     case Outcome::kPassed:

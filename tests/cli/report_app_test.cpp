@@ -109,6 +109,15 @@ TEST(ReportApp, UsageErrorsGiveOneLineAndStatusTwo) {
       {{"--width", "wide", "passing.json"},
        "vesk-report: --width: expected a number of columns from 0 to "
        "2147483647, found \"wide\" (see --help)\n"},
+      {{"--threshold", "high", "passing.json"},
+       "vesk-report: --threshold: expected an integer from -2147483648 to "
+       "2147483647, found \"high\" (see --help)\n"},
+      {{"--threshold", "2147483648", "passing.json"},
+       "vesk-report: --threshold: expected an integer from -2147483648 to "
+       "2147483647, found \"2147483648\" (see --help)\n"},
+      {{"passing.json", "passing.json"},
+       "vesk-report: The following argument was not expected: passing.json "
+       "(see --help)\n"},
       {{"--log-level", "loud", "passing.json"},
        "vesk-report: --log-level: expected one of alert, critical, debug, "
        "error, info, notice, warning, found \"loud\"\n"},
@@ -233,6 +242,12 @@ TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
       {"unknown-key-bad-escape.json",
        "unknown-key-bad-escape.json:colour[0]: expected a valid escape in a "
        "string"},
+      // A control character in a name is written as an escape, so the
+      // message stays on one line.
+      {"control-character-cycle.json",
+       "control-character-cycle.json:framework_definitions[0].children[0][0]: "
+       "expected a definition tree without cycles, found \"/fwd/a\\n.xml\" "
+       "-> \"/fwd/a\\n.xml\""},
       // Warnings met before the error are dropped with the document.
       {"warning-then-error.json",
        "warning-then-error.json:observations[1].id: expected a string"},
@@ -273,6 +288,24 @@ TEST(ReportApp, UnknownKeysWarnAndGoOn) {
       "unknown key ignored\n");
   EXPECT_EQ(result.out.rfind("Other issues\n\n1. x (appears on 1 node)\n", 0),
             0u);
+}
+
+TEST(ReportApp, ControlCharactersInAWarningAreEscaped) {
+  RunResult const result =
+      run_in(kBadDir, {"--width", "80", "control-character-key.json"});
+  EXPECT_EQ(result.status, kExitPassed);
+  EXPECT_EQ(result.err,
+            "vesk-report: control-character-key.json:a\\nb\\x1b[31m: "
+            "warning: unknown key ignored\n");
+}
+
+TEST(ReportApp, ReportThatCannotBeWrittenGivesStatusTwo) {
+  std::ostream out(nullptr);  // every write fails
+  std::ostringstream err;
+  EXPECT_EQ(run({"--width", "80", "--demo"}, out, err), kExitBadInput);
+  EXPECT_EQ(err.str(),
+            "vesk-report: standard output: expected to be able to write the "
+            "report, but writing failed\n");
 }
 
 TEST(ReportApp, LogLevelOptionWinsOverDocument) {
