@@ -887,6 +887,15 @@ std::string read_stream(int fd, std::string const& path) {
   return bytes;
 }
 
+// Some editors start a UTF-8 file with a byte order mark, which JSON does
+// not allow but readers may ignore. It is made blanks rather than cut off,
+// so positions stay those of the file.
+void blank_byte_order_mark(char* bytes, std::size_t size) {
+  if (size >= 3 && std::memcmp(bytes, "\xEF\xBB\xBF", 3) == 0) {
+    std::memset(bytes, ' ', 3);
+  }
+}
+
 }  // namespace
 
 std::string one_line(std::string_view text) {
@@ -914,7 +923,8 @@ std::string one_line(std::string_view text) {
 
 void load_text(std::string_view text, std::string const& label, Config& config,
                LoadedSettings& settings, std::ostream& warn) {
-  simdjson::padded_string const json(text.data(), text.size());
+  simdjson::padded_string json(text.data(), text.size());
+  blank_byte_order_mark(json.data(), json.size());
   Loader loader(std::string_view(json.data(), json.size()), label, config,
                 settings, warn, false);
   loader.load(json);
@@ -988,6 +998,7 @@ void load_file(std::string const& path, std::string const& label,
   }
   ::close(fd);
   size = used;
+  blank_byte_order_mark(bytes, size);
   Loader loader(std::string_view(bytes, size), label, config, settings, warn,
                 true);
   loader.load(simdjson::padded_string_view(bytes, size, capacity));

@@ -299,6 +299,32 @@ TEST(ReportApp, ControlCharactersInAWarningAreEscaped) {
             "warning: unknown key ignored\n");
 }
 
+// A UTF-8 byte order mark at the start is ignored, in a file as in text
+// read from a pipe; positions still count its three bytes.
+TEST(ReportApp, ByteOrderMarkIsIgnored) {
+  RunResult const result =
+      run_in(kBadDir, {"--width", "80", "byte-order-mark.json"});
+  EXPECT_EQ(result.status, kExitPassed);
+  EXPECT_EQ(result.err, "");
+  EXPECT_EQ(result.out.rfind("Overall Result: PASS\n\nNodes tested: n1\n", 0),
+            0u);
+
+  Config config;
+  LoadedSettings settings;
+  std::ostringstream warn;
+  load_text("\xEF\xBB\xBF{\"nodes\": [\"n2\"]}", "piped", config, settings,
+            warn);
+  ASSERT_EQ(config.nodes.size(), 1u);
+  EXPECT_EQ(config.nodes[0].hostname, "n2");
+  try {
+    Config broken;
+    load_text("\xEF\xBB\xBF{\"nodes\" 1}", "piped", broken, settings, warn);
+    ADD_FAILURE() << "no error";
+  } catch (InputError const& e) {
+    EXPECT_EQ(e.place, "1:13");
+  }
+}
+
 TEST(ReportApp, ReportThatCannotBeWrittenGivesStatusTwo) {
   std::ostream out(nullptr);  // every write fails
   std::ostringstream err;
