@@ -242,13 +242,18 @@ TEST(FillOutputData, ConsoleWidthIsZeroWhenStandardInputIsNoTerminal) {
 TEST(FillOutputData, SecondCallCountsAgainButResetsTheFourKeys) {
   UtilityFunctions uf;
   Config config;
-  config.observations = {raw("o", 40, "m", {"n"}, true)};
+  config.observations = {raw("o", 40, "m", {"n"}, true), raw("p", 40)};
   PostprocessorExtensionData data;
   oracle::ScopedLinks links(data);
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
+  EXPECT_EQ(data.group_counts.at(std::bitset<5>(19)), 1);
+  data.group_counts[std::bitset<5>(20)] = 5;
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
   EXPECT_EQ(data.suppressed_count, 2);
-  EXPECT_EQ(data.group_counts.at(std::bitset<5>(19)), 0);
+  // Key 19 starts again from 0 and counts the one warning finding again; a
+  // key outside the four keeps its count.
+  EXPECT_EQ(data.group_counts.at(std::bitset<5>(19)), 1);
+  EXPECT_EQ(data.group_counts.at(std::bitset<5>(20)), 5);
 }
 
 }  // namespace
