@@ -425,7 +425,7 @@ TEST(ReportApp, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
   EXPECT_EQ(accepted.err, "");
   EXPECT_NE(accepted.out.find("\nd999: PASS\n"), std::string::npos);
 
-  for (int const count : {1001, 100000}) {
+  for (int const count : {1001, 30000}) {
     TempFile const chain("chain.json");
     chain.write(definition_chain(count));
     RunResult const refused = run_in(kInputDir, {chain.path()});
