@@ -123,6 +123,16 @@ PostprocessorExtensionData const& cluster_data() {
   return data;
 }
 
+// Every issue in report order, numbered from 1.
+void print_issues(UtilityFunctions& uf, PostprocessorExtensionData const& data,
+                  std::vector<Issue> const& issues, int width) {
+  int number = 1;
+  for (Issue const& issue : issues) {
+    uf.PrintOutput(issue.output, data, number++, width, "",
+                   issue.diagnosis_form);
+  }
+}
+
 void BM_PrintWholeReport(benchmark::State& state) {
   PostprocessorExtensionData const& data = cluster_data();
   std::vector<Issue> const issues = report_order(data);
@@ -131,11 +141,7 @@ void BM_PrintWholeReport(benchmark::State& state) {
   NullSink sink(stream);
   UtilityFunctions uf;
   for (auto _ : state) {
-    int number = 1;
-    for (Issue const& issue : issues) {
-      uf.PrintOutput(issue.output, data, number++, width, "",
-                     issue.diagnosis_form);
-    }
+    print_issues(uf, data, issues, width);
     benchmark::DoNotOptimize(uf.Summarize(data));
     benchmark::DoNotOptimize(uf.print_validation(data));
   }
@@ -154,11 +160,7 @@ void BM_PrintAllIssues(benchmark::State& state) {
   NullSink sink(stream);
   UtilityFunctions uf;
   for (auto _ : state) {
-    int number = 1;
-    for (Issue const& issue : issues) {
-      uf.PrintOutput(issue.output, data, number++, width, "",
-                     issue.diagnosis_form);
-    }
+    print_issues(uf, data, issues, width);
   }
 }
 BENCHMARK(BM_PrintAllIssues)->Unit(benchmark::kMillisecond);
