@@ -7,7 +7,7 @@ JOBS ?= $(shell nproc)
 BUILD_TYPE ?= RelWithDebInfo
 CMAKE_FLAGS ?=
 
-.PHONY: all deps configure build test demo bench fuzz format format-check clean
+.PHONY: all deps configure build test demo bench format format-check clean
 
 all: build
 
