@@ -281,6 +281,31 @@ TEST(FWDObservations, RecordWithoutRawResultsIsNeverARepeat) {
   EXPECT_EQ(result, (List{bare, bare}));
 }
 
+TEST(FWDObservations, VeryDeepTreeDoesNotExhaustTheStack) {
+  // A chain of definitions far deeper than a call stack could follow one
+  // frame per level; only the deepest holds the observation's rule.
+  UtilityFunctions uf;
+  auto data = prepared(25);
+  oracle::ScopedLinks links(data);
+  auto const deep = observation(data, "deep", 80, 25, {"r-deep"});
+  std::vector<std::shared_ptr<Fwd>> chain;
+  for (int level = 0; level < 200000; ++level) {
+    chain.push_back(definition("/f/level" + std::to_string(level) + ".xml"));
+    if (level > 0) oracle::add_child(*chain[level - 1], chain.back());
+  }
+  chain.back()->rule_names = {"r-deep"};
+
+  List result;
+  EXPECT_EQ(uf.FWDObservations(*chain.front(), data, result), 0);
+  EXPECT_EQ(result, List{deep});
+  EXPECT_EQ(uf.PopulateFWD(*chain.front(), data), 0);
+  EXPECT_FALSE(chain.front()->passed);
+  EXPECT_EQ(counts_of(*chain.front()), (Counts{{27, 1}}));
+
+  // Released from the root down, so that no destructor chain runs deep.
+  for (auto& fwd : chain) fwd.reset();
+}
+
 TEST(FWDObservations, FailureKeepsWhatWasAppended) {
   UtilityFunctions uf;
   auto data = prepared(25);

@@ -182,32 +182,80 @@ void FwdIndex::own_positions(Fwd const& fwd, Positions& positions) {
                   positions.end());
 }
 
-// The full list of `fwd` as scan positions, made once per scan. Only called
-// when every scanned observation maps.
-std::vector<FwdIndex::Positions const*> FwdIndex::child_lists(Fwd const& fwd) {
-  std::vector<Positions const*> children;
-  if (!fwd.node) return children;
+namespace {
+
+// Calls `visit` with each child definition of `fwd`, branch by branch in
+// stored order, skipping empty places.
+template <class Visit>
+void for_each_child(Fwd const& fwd, Visit visit) {
+  if (!fwd.node) return;
   for (auto const& branch : fwd.node->branches) {
     for (auto const& child_node : branch) {
       if (!child_node) continue;
       auto child = child_node->fwd.lock();
-      if (!child) continue;
-      children.push_back(&list_of(*child));
+      if (child) visit(*child);
     }
   }
+}
+
+}  // namespace
+
+std::vector<FwdIndex::Positions const*> FwdIndex::child_lists(Fwd const& fwd) {
+  std::vector<Positions const*> children;
+  for_each_child(
+      fwd, [&](Fwd const& child) { children.push_back(&list_of(child)); });
   return children;
 }
 
+// The full list of `fwd` as scan positions, made once per scan. Only called
+// when every scanned observation maps.
+//
+// Children come before their parents. The walk keeps its own stack instead
+// of recursing, so that a tree thousands of levels deep cannot exhaust the
+// call stack; it visits the definitions in the order a recursive walk would.
+// A definition met again while its own list is still being made (it is its
+// own descendant) contributes nothing there.
 FwdIndex::Positions const& FwdIndex::list_of(Fwd const& fwd) {
-  static Positions const kNothing;
-  auto [slot, fresh] = lists_.try_emplace(&fwd);
-  if (!fresh) {
-    // A definition that is its own descendant would recurse for ever; its
-    // inner occurrence contributes nothing.
-    return slot->second ? *slot->second : kNothing;
+  struct Pending {
+    Fwd const* fwd;
+    bool children_pushed;
+  };
+  std::vector<Pending> stack{{&fwd, false}};
+  while (!stack.empty()) {
+    if (stack.back().children_pushed) {
+      Fwd const& done = *stack.back().fwd;
+      stack.pop_back();
+      make_list(done);
+      continue;
+    }
+    Fwd const& next = *stack.back().fwd;
+    if (!lists_.try_emplace(&next).second) {  // made, or being made
+      stack.pop_back();
+      continue;
+    }
+    stack.back().children_pushed = true;
+    std::size_t const first_child = stack.size();
+    for_each_child(next, [&](Fwd const& child) {
+      stack.push_back({&child, false});
+    });
+    std::reverse(stack.begin() + static_cast<std::ptrdiff_t>(first_child),
+                 stack.end());
   }
-  // The children's lists first: making them uses the marks below.
-  std::vector<Positions const*> const children = child_lists(fwd);
+  return made_list(fwd);
+}
+
+FwdIndex::Positions const& FwdIndex::made_list(Fwd const& fwd) const {
+  static Positions const kNothing;
+  auto found = lists_.find(&fwd);
+  return found != lists_.end() && found->second ? *found->second : kNothing;
+}
+
+// Own observations first, then each child's list in child order, leaving out
+// findings already listed. Every child's list is made, or being made.
+void FwdIndex::make_list(Fwd const& fwd) {
+  std::vector<Positions const*> children;
+  for_each_child(
+      fwd, [&](Fwd const& child) { children.push_back(&made_list(child)); });
   Positions list;
   own_positions(fwd, list);
   if (!children.empty()) {
@@ -228,9 +276,7 @@ FwdIndex::Positions const& FwdIndex::list_of(Fwd const& fwd) {
       }
     }
   }
-  auto& stored = lists_[&fwd];  // the recursion may have moved `slot`
-  stored = std::move(list);
-  return *stored;
+  lists_[&fwd] = std::move(list);
 }
 
 int FwdIndex::observations(Fwd const& fwd, std::vector<CollapsedPtr>& result) {

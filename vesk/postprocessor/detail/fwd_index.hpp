@@ -77,6 +77,10 @@ class FwdIndex {
   std::uint32_t intern(std::string const& text);
   void own_positions(Fwd const& fwd, Positions& positions);
   Positions const& list_of(Fwd const& fwd);
+  // The list of a definition whose walk has begun; empty while it is still
+  // being made.
+  Positions const& made_list(Fwd const& fwd) const;
+  void make_list(Fwd const& fwd);
   // The lists of the definition's children, in branch and child order.
   std::vector<Positions const*> child_lists(Fwd const& fwd);
   int severity_value(int severity);
