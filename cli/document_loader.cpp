@@ -45,9 +45,10 @@ namespace ondemand = simdjson::ondemand;
 // (the values of unknown keys); the parser keeps track of 1024 levels.
 constexpr int kMaxNesting = 1000;
 
-// How many levels a definition tree may have. The report walks the tree
-// recursively, so a chain of many thousands of definitions would exhaust
-// the stack; real trees have a handful of levels.
+// How many levels a definition tree may have. Freeing a tree releases its
+// nodes through nested shared pointers, one stack frame per level, so a
+// chain of many thousands of definitions could exhaust the stack; real
+// trees have a handful of levels.
 constexpr std::size_t kMaxDefinitionLevels = 1000;
 
 // A framework definition as written in the document, kept until every
