@@ -31,7 +31,7 @@
 #include <vector>
 
 #include "cli/demo_document.hpp"
-#include "cli/document_loader.hpp"
+#include "cli/input/document_loader.hpp"
 #include "vesk/vesk.hpp"
 
 #include <CLI/CLI.hpp>
