@@ -1,13 +1,13 @@
 // vesk postprocessor. Licensed under the Apache License, Version 2.0.
 //
-// File: report_app_test.cpp
+// File: app_test.cpp
 //
 // vesk-report run in-process: the command line, the bad input corpus of
 // tests/cli/bad/ (each fatal case gives exit status 2, exactly one line on
 // standard error and nothing on standard output), the warnings that let a
 // run go on, and documents too big or too deep to keep in the repository.
 
-#include "cli/report_app.hpp"
+#include "cli/app.hpp"
 
 #include <pty.h>
 #include <unistd.h>
@@ -68,7 +68,7 @@ class TempFile {
   std::filesystem::path path_;
 };
 
-TEST(ReportApp, ApiExamples) {
+TEST(App, ApiExamples) {
   std::ostringstream out;
   std::ostringstream err;
   EXPECT_EQ(run({"--width", "80", "--demo"}, out, err), kExitFailed);
@@ -80,7 +80,7 @@ TEST(ReportApp, ApiExamples) {
   EXPECT_EQ(passing.out.rfind("Overall Result: PASS\n", 0), 0u);
 }
 
-TEST(ReportApp, VersionAndHelpGoToStandardOutput) {
+TEST(App, VersionAndHelpGoToStandardOutput) {
   RunResult const version = run_in(kInputDir, {"--version"});
   EXPECT_EQ(version.status, kExitPassed);
   EXPECT_EQ(version.out, "vesk-report " VESK_VERSION "\n");
@@ -93,7 +93,7 @@ TEST(ReportApp, VersionAndHelpGoToStandardOutput) {
   EXPECT_EQ(help.err, "");
 }
 
-TEST(ReportApp, UsageErrorsGiveOneLineAndStatusTwo) {
+TEST(App, UsageErrorsGiveOneLineAndStatusTwo) {
   struct Case {
     std::vector<std::string> args;
     std::string err;
@@ -131,7 +131,7 @@ TEST(ReportApp, UsageErrorsGiveOneLineAndStatusTwo) {
   }
 }
 
-TEST(ReportApp, NoFileWithTerminalOnStandardInputIsUsageError) {
+TEST(App, NoFileWithTerminalOnStandardInputIsUsageError) {
   int master = -1;
   int slave = -1;
   ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
@@ -152,7 +152,7 @@ TEST(ReportApp, NoFileWithTerminalOnStandardInputIsUsageError) {
 }
 
 // Every fatal document of the corpus, with the one line it must give.
-TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
+TEST(App, BadInputCorpusGivesOneLineAndStatusTwo) {
   struct Case {
     std::string file;
     std::string err;
@@ -259,7 +259,7 @@ TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
   }
 }
 
-TEST(ReportApp, SeverityOutOfRangeWarnsAndGoesOn) {
+TEST(App, SeverityOutOfRangeWarnsAndGoesOn) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "severity-out-of-range.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -273,7 +273,7 @@ TEST(ReportApp, SeverityOutOfRangeWarnsAndGoesOn) {
             0u);
 }
 
-TEST(ReportApp, UnknownKeysWarnAndGoOn) {
+TEST(App, UnknownKeysWarnAndGoOn) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "unknown-keys.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -289,7 +289,7 @@ TEST(ReportApp, UnknownKeysWarnAndGoOn) {
             0u);
 }
 
-TEST(ReportApp, ControlCharactersInAWarningAreEscaped) {
+TEST(App, ControlCharactersInAWarningAreEscaped) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "control-character-key.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -299,7 +299,7 @@ TEST(ReportApp, ControlCharactersInAWarningAreEscaped) {
 }
 
 // A UTF-8 byte order mark at the start of a file is ignored.
-TEST(ReportApp, ByteOrderMarkIsIgnored) {
+TEST(App, ByteOrderMarkIsIgnored) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "byte-order-mark.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -308,7 +308,7 @@ TEST(ReportApp, ByteOrderMarkIsIgnored) {
             0u);
 }
 
-TEST(ReportApp, ReportThatCannotBeWrittenGivesStatusTwo) {
+TEST(App, ReportThatCannotBeWrittenGivesStatusTwo) {
   std::ostream out(nullptr);  // every write fails
   std::ostringstream err;
   EXPECT_EQ(run({"--width", "80", "--demo"}, out, err), kExitBadInput);
@@ -317,7 +317,7 @@ TEST(ReportApp, ReportThatCannotBeWrittenGivesStatusTwo) {
             "report, but writing failed\n");
 }
 
-TEST(ReportApp, LogLevelOptionWinsOverDocument) {
+TEST(App, LogLevelOptionWinsOverDocument) {
   TempFile const file("log-level.json");
   file.write(
       R"({"log_level": "error", "observations": [{"id": "x", "severity": 5,)"
@@ -331,7 +331,7 @@ TEST(ReportApp, LogLevelOptionWinsOverDocument) {
   EXPECT_EQ(log::LOG_LEVEL, level);  // restored after the run
 }
 
-TEST(ReportApp, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
+TEST(App, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
   std::int32_t const output = log::LOG_OUTPUT;
   RunResult const result =
       run_in(kInputDir, {"--syslog", "--no-color", "--width", "0", "--demo"});
@@ -341,7 +341,7 @@ TEST(ReportApp, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
   EXPECT_EQ(log::LOG_OUTPUT, output);
 }
 
-TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
+TEST(App, RunLeavesTheSinkAsItFoundIt) {
   testing::ScopedSink sink;
   std::ostringstream out;
   std::ostringstream err;
@@ -353,7 +353,7 @@ TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
 }
 
 // The document (its top object is level 1) may nest 1000 levels deep.
-TEST(ReportApp, DeepNestingIsRefusedWithoutCrash) {
+TEST(App, DeepNestingIsRefusedWithoutCrash) {
   std::string const deep = std::string(100000, '[') + std::string(100000, ']');
   TempFile const unknown("deep-unknown.json");
   unknown.write("{\"x\": " + deep + "}");
@@ -400,7 +400,7 @@ std::string definition_chain(int count) {
 
 // The report walks the definition tree recursively; a tree deeper than a
 // thousand levels is refused before anything is printed.
-TEST(ReportApp, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
+TEST(App, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
   TempFile const deepest("chain-1000.json");
   deepest.write(definition_chain(1000));
   RunResult const accepted = run_in(kInputDir, {deepest.path()});
