@@ -162,6 +162,20 @@ std::string check_threshold(std::string& text) {
   return "";
 }
 
+// The log level names from the most verbose to the least: "debug, info,
+// ..., critical or alert".
+std::string log_level_choices() {
+  std::vector<std::pair<int, std::string>> levels;
+  for (auto const& [name, level] : log_levels) levels.emplace_back(level, name);
+  std::sort(levels.rbegin(), levels.rend());
+  std::string choices;
+  for (std::size_t i = 0; i < levels.size(); ++i) {
+    if (i != 0) choices += i + 1 == levels.size() ? " or " : ", ";
+    choices += levels[i].second;
+  }
+  return choices;
+}
+
 // Parses the command line. Returns false when --help or --version was
 // answered on `out`.
 bool parse_options(std::vector<std::string> const& args, Options& options,
@@ -188,9 +202,8 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
           ->type_name("N")
           ->check(CLI::Validator(check_threshold, ""));
   auto* level_option = app.add_option("--log-level", level,
-                                      "Log level: debug, info, notice, "
-                                      "warning, error, critical or alert "
-                                      "(overrides the document's)")
+                                      "Log level: " + log_level_choices() +
+                                          " (overrides the document's)")
                            ->type_name("NAME");
   app.add_flag("--syslog", options.syslog,
                "Send diagnostic messages to the system log");
@@ -217,10 +230,8 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   if (threshold_option->count() != 0) options.threshold = threshold;
   if (level_option->count() != 0) {
     if (log_levels.count(level) == 0) {
-      throw UsageError(
-          "--log-level: expected one of alert, critical, debug, "
-          "error, info, notice, warning, found \"" +
-          level + "\"");
+      throw UsageError("--log-level: expected one of " + log_level_names() +
+                       ", found \"" + level + "\"");
     }
     options.log_level = level;
   }

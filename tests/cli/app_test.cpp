@@ -90,6 +90,11 @@ TEST(App, VersionAndHelpGoToStandardOutput) {
   EXPECT_EQ(help.status, kExitPassed);
   EXPECT_NE(help.out.find("Usage: vesk-report [OPTIONS] [FILE]"),
             std::string::npos);
+  // The log level names, from the most verbose to the least.
+  EXPECT_NE(help.out.find("  --log-level NAME            Log level: debug, "
+                          "info, notice, warning, error, critical or alert "
+                          "(overrides the document's)\n"),
+            std::string::npos);
   EXPECT_EQ(help.err, "");
 }
 
