@@ -19,9 +19,10 @@
 //
 //   vesk::Config config;
 //   vesk::cli::LoadedSettings settings;
-//   vesk::cli::load_file("cluster.json", config, settings, std::cerr);
+//   vesk::cli::load_file("cluster.json", "cluster.json", config, settings,
+//                        std::cerr);
 //   // throws vesk::cli::InputError{"observations[3].severity",
-//   //                              "expected an integer"}
+//   //     "expected an integer from -2147483648 to 2147483647"}
 
 #ifndef VESK_CLI_INPUT_DOCUMENT_LOADER_HPP_
 #define VESK_CLI_INPUT_DOCUMENT_LOADER_HPP_

@@ -18,10 +18,14 @@
 // Example:
 //
 //   JsonReader json(text, "cluster.json", std::cerr, false);
-//   json.for_each_member(json.open(padded), [&](std::string const& key,
-//                                               simdjson::ondemand::value v) {
-//     if (key == "overall_pass") pass = json.get_bool(v);
-//     else json.unknown_key(v);
+//   simdjson::ondemand::object root = json.open(padded);
+//   json.for_each_member(root, [&](std::string const& key,
+//                                  simdjson::ondemand::value value) {
+//     if (key == "overall_pass") {
+//       pass = json.get_bool(value);
+//     } else {
+//       json.unknown_key(value);
+//     }
 //   });
 //   json.finish();
 //   // {"overall_pass": 1} throws InputError{"overall_pass",

@@ -131,7 +131,7 @@ TEST(DocumentLoader, BuildsTheDefinitionTree) {
   EXPECT_EQ(attributes.roots[1]->fwd.lock()->name, "/f/lone.xml");
 }
 
-TEST(DocumentLoader, ApiExamplesReadsNodesAndResults) {
+TEST(DocumentLoader, ReadsNodesAndResults) {
   Config config;
   LoadedSettings settings;
   std::ostringstream warn;
