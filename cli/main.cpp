@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/report_app.hpp"
+#include "cli/app.hpp"
 
 int main(int argc, char** argv) {
   std::vector<std::string> const args(argv + (argc > 0 ? 1 : 0), argv + argc);

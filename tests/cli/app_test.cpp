@@ -1,13 +1,13 @@
 // vesk postprocessor. Licensed under the Apache License, Version 2.0.
 //
-// File: report_app_test.cpp
+// File: app_test.cpp
 //
 // vesk-report run in-process: the command line, the bad input corpus of
 // tests/cli/bad/ (each fatal case gives exit status 2, exactly one line on
 // standard error and nothing on standard output), the warnings that let a
 // run go on, and documents too big or too deep to keep in the repository.
 
-#include "cli/report_app.hpp"
+#include "cli/app.hpp"
 
 #include <pty.h>
 #include <unistd.h>
@@ -20,7 +20,6 @@
 #include <string>
 #include <vector>
 
-#include "cli/document_loader.hpp"
 #include "support/sink.hpp"
 #include "vesk/vesk.hpp"
 
@@ -69,7 +68,7 @@ class TempFile {
   std::filesystem::path path_;
 };
 
-TEST(ReportApp, ApiExamples) {
+TEST(App, ApiExamples) {
   std::ostringstream out;
   std::ostringstream err;
   EXPECT_EQ(run({"--width", "80", "--demo"}, out, err), kExitFailed);
@@ -81,7 +80,7 @@ TEST(ReportApp, ApiExamples) {
   EXPECT_EQ(passing.out.rfind("Overall Result: PASS\n", 0), 0u);
 }
 
-TEST(ReportApp, VersionAndHelpGoToStandardOutput) {
+TEST(App, VersionAndHelpGoToStandardOutput) {
   RunResult const version = run_in(kInputDir, {"--version"});
   EXPECT_EQ(version.status, kExitPassed);
   EXPECT_EQ(version.out, "vesk-report " VESK_VERSION "\n");
@@ -91,10 +90,15 @@ TEST(ReportApp, VersionAndHelpGoToStandardOutput) {
   EXPECT_EQ(help.status, kExitPassed);
   EXPECT_NE(help.out.find("Usage: vesk-report [OPTIONS] [FILE]"),
             std::string::npos);
+  // The log level names, from the most verbose to the least.
+  EXPECT_NE(help.out.find("  --log-level NAME            Log level: debug, "
+                          "info, notice, warning, error, critical or alert "
+                          "(overrides the document's)\n"),
+            std::string::npos);
   EXPECT_EQ(help.err, "");
 }
 
-TEST(ReportApp, UsageErrorsGiveOneLineAndStatusTwo) {
+TEST(App, UsageErrorsGiveOneLineAndStatusTwo) {
   struct Case {
     std::vector<std::string> args;
     std::string err;
@@ -132,7 +136,7 @@ TEST(ReportApp, UsageErrorsGiveOneLineAndStatusTwo) {
   }
 }
 
-TEST(ReportApp, NoFileWithTerminalOnStandardInputIsUsageError) {
+TEST(App, NoFileWithTerminalOnStandardInputIsUsageError) {
   int master = -1;
   int slave = -1;
   ASSERT_EQ(::openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
@@ -153,7 +157,7 @@ TEST(ReportApp, NoFileWithTerminalOnStandardInputIsUsageError) {
 }
 
 // Every fatal document of the corpus, with the one line it must give.
-TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
+TEST(App, BadInputCorpusGivesOneLineAndStatusTwo) {
   struct Case {
     std::string file;
     std::string err;
@@ -260,7 +264,7 @@ TEST(ReportApp, BadInputCorpusGivesOneLineAndStatusTwo) {
   }
 }
 
-TEST(ReportApp, SeverityOutOfRangeWarnsAndGoesOn) {
+TEST(App, SeverityOutOfRangeWarnsAndGoesOn) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "severity-out-of-range.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -274,7 +278,7 @@ TEST(ReportApp, SeverityOutOfRangeWarnsAndGoesOn) {
             0u);
 }
 
-TEST(ReportApp, UnknownKeysWarnAndGoOn) {
+TEST(App, UnknownKeysWarnAndGoOn) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "unknown-keys.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -290,7 +294,7 @@ TEST(ReportApp, UnknownKeysWarnAndGoOn) {
             0u);
 }
 
-TEST(ReportApp, ControlCharactersInAWarningAreEscaped) {
+TEST(App, ControlCharactersInAWarningAreEscaped) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "control-character-key.json"});
   EXPECT_EQ(result.status, kExitPassed);
@@ -299,33 +303,17 @@ TEST(ReportApp, ControlCharactersInAWarningAreEscaped) {
             "warning: unknown key ignored\n");
 }
 
-// A UTF-8 byte order mark at the start is ignored, in a file as in text
-// read from a pipe; positions still count its three bytes.
-TEST(ReportApp, ByteOrderMarkIsIgnored) {
+// A UTF-8 byte order mark at the start of a file is ignored.
+TEST(App, ByteOrderMarkIsIgnored) {
   RunResult const result =
       run_in(kBadDir, {"--width", "80", "byte-order-mark.json"});
   EXPECT_EQ(result.status, kExitPassed);
   EXPECT_EQ(result.err, "");
   EXPECT_EQ(result.out.rfind("Overall Result: PASS\n\nNodes tested: n1\n", 0),
             0u);
-
-  Config config;
-  LoadedSettings settings;
-  std::ostringstream warn;
-  load_text("\xEF\xBB\xBF{\"nodes\": [\"n2\"]}", "piped", config, settings,
-            warn);
-  ASSERT_EQ(config.nodes.size(), 1u);
-  EXPECT_EQ(config.nodes[0].hostname, "n2");
-  try {
-    Config broken;
-    load_text("\xEF\xBB\xBF{\"nodes\" 1}", "piped", broken, settings, warn);
-    ADD_FAILURE() << "no error";
-  } catch (InputError const& e) {
-    EXPECT_EQ(e.place, "1:13");
-  }
 }
 
-TEST(ReportApp, ReportThatCannotBeWrittenGivesStatusTwo) {
+TEST(App, ReportThatCannotBeWrittenGivesStatusTwo) {
   std::ostream out(nullptr);  // every write fails
   std::ostringstream err;
   EXPECT_EQ(run({"--width", "80", "--demo"}, out, err), kExitBadInput);
@@ -334,7 +322,7 @@ TEST(ReportApp, ReportThatCannotBeWrittenGivesStatusTwo) {
             "report, but writing failed\n");
 }
 
-TEST(ReportApp, LogLevelOptionWinsOverDocument) {
+TEST(App, LogLevelOptionWinsOverDocument) {
   TempFile const file("log-level.json");
   file.write(
       R"({"log_level": "error", "observations": [{"id": "x", "severity": 5,)"
@@ -348,7 +336,7 @@ TEST(ReportApp, LogLevelOptionWinsOverDocument) {
   EXPECT_EQ(log::LOG_LEVEL, level);  // restored after the run
 }
 
-TEST(ReportApp, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
+TEST(App, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
   std::int32_t const output = log::LOG_OUTPUT;
   RunResult const result =
       run_in(kInputDir, {"--syslog", "--no-color", "--width", "0", "--demo"});
@@ -358,7 +346,7 @@ TEST(ReportApp, SyslogAndNoColorLeaveTheLogSettingsAsFound) {
   EXPECT_EQ(log::LOG_OUTPUT, output);
 }
 
-TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
+TEST(App, RunLeavesTheSinkAsItFoundIt) {
   testing::ScopedSink sink;
   std::ostringstream out;
   std::ostringstream err;
@@ -370,7 +358,7 @@ TEST(ReportApp, RunLeavesTheSinkAsItFoundIt) {
 }
 
 // The document (its top object is level 1) may nest 1000 levels deep.
-TEST(ReportApp, DeepNestingIsRefusedWithoutCrash) {
+TEST(App, DeepNestingIsRefusedWithoutCrash) {
   std::string const deep = std::string(100000, '[') + std::string(100000, ']');
   TempFile const unknown("deep-unknown.json");
   unknown.write("{\"x\": " + deep + "}");
@@ -417,7 +405,7 @@ std::string definition_chain(int count) {
 
 // The report walks the definition tree recursively; a tree deeper than a
 // thousand levels is refused before anything is printed.
-TEST(ReportApp, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
+TEST(App, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
   TempFile const deepest("chain-1000.json");
   deepest.write(definition_chain(1000));
   RunResult const accepted = run_in(kInputDir, {deepest.path()});
@@ -440,116 +428,6 @@ TEST(ReportApp, DefinitionTreeOfMoreThanAThousandLevelsIsRefused) {
                                first + "\" with 1000 levels below it\n")
         << count;
   }
-}
-
-TEST(DocumentLoader, ReadsAHundredMegabyteMessage) {
-  TempFile const file("big-message.json");
-  std::string message(100u << 20, 'm');
-  for (std::size_t i = 0; i < message.size(); i += 4099) {
-    message[i] = static_cast<char>('a' + i % 26);
-  }
-  file.write(R"({"observations": [{"id": "x", "severity": 5, "message": ")" +
-             message + "\"}]}");
-  Config config;
-  LoadedSettings settings;
-  std::ostringstream warn;
-  load_file(file.path(), "big", config, settings, warn);
-  ASSERT_EQ(config.observations.size(), 1u);
-  EXPECT_TRUE(config.observations[0]->message == message);
-  EXPECT_EQ(warn.str(), "");
-}
-
-// A big document's bytes are given back while it is read; a syntax error
-// after that still names the right line.
-TEST(DocumentLoader, NamesTheLineOfALateErrorInABigDocument) {
-  TempFile const file("late-error.json");
-  std::string const line = "  \"" + std::string(100, 'n') + "1\",\n";
-  std::size_t const lines = 20000;  // about 20 MB
-  std::string text = "{\"nodes\": [\n";
-  text.reserve(text.size() + line.size() * lines + 4);
-  for (std::size_t i = 0; i < lines; ++i) text += line;
-  text += "]}\n";
-  file.write(text);
-  Config config;
-  LoadedSettings settings;
-  std::ostringstream warn;
-  try {
-    load_file(file.path(), "late", config, settings, warn);
-    ADD_FAILURE() << "no error";
-  } catch (InputError const& e) {
-    EXPECT_EQ(e.place, std::to_string(lines + 2) + ":1");
-  }
-}
-
-TEST(DocumentLoader, BuildsTheDefinitionTree) {
-  Config config;
-  LoadedSettings settings;
-  std::ostringstream warn;
-  load_text(R"({"framework_definitions": [
-      {"name": "/f/root.xml", "title": "Root", "children": [["/f/a.xml", "/f/b.xml"], ["/f/b.xml"]]},
-      {"name": "/f/a.xml", "rules": ["r2", "r1"], "skipped": true},
-      {"name": "/f/b.xml"},
-      {"name": "/f/lone.xml"}]})",
-            "tree", config, settings, warn);
-  auto const& attributes = *config.fwd_attributes;
-  EXPECT_EQ(attributes.fwd_name_order,
-            (std::vector<std::string>{"/f/root.xml", "/f/a.xml", "/f/b.xml",
-                                      "/f/lone.xml"}));
-  auto const root = attributes.fwds.at("/f/root.xml");
-  auto const a = attributes.fwds.at("/f/a.xml");
-  auto const b = attributes.fwds.at("/f/b.xml");
-  EXPECT_EQ(root->title, "Root");
-  EXPECT_EQ(a->rule_names, (std::set<std::string>{"r1", "r2"}));
-  EXPECT_TRUE(a->skipped);
-  EXPECT_EQ(a->node, nullptr);  // no children
-  ASSERT_NE(root->node, nullptr);
-  EXPECT_EQ(root->node->fwd.lock(), root);
-  ASSERT_EQ(root->node->branches.size(), 2u);
-  ASSERT_EQ(root->node->branches[0].size(), 2u);
-  EXPECT_EQ(root->node->branches[0][0]->fwd.lock(), a);
-  EXPECT_EQ(root->node->branches[0][1]->fwd.lock(), b);
-  EXPECT_EQ(root->node->branches[1][0], root->node->branches[0][1]);
-  ASSERT_EQ(attributes.roots.size(), 2u);
-  EXPECT_EQ(attributes.roots[0]->fwd.lock(), root);
-  EXPECT_EQ(attributes.roots[1]->fwd.lock()->name, "/f/lone.xml");
-}
-
-TEST(DocumentLoader, ReadsNodesAndResults) {
-  Config config;
-  LoadedSettings settings;
-  std::ostringstream warn;
-  load_text(R"({"overall_pass": false, "severity_threshold": 40,
-      "log_level": "notice", "config_text": "c", "name_list": ["x", "y"],
-      "nodes": [{"name": "a", "hostname": "n1", "roles": ["compute"],
-                 "groups": ["r2", "r1"]}, "n2"],
-      "diagnoses": [{"id": "d#s", "message": "m", "remedy": "r",
-                     "severity": 90, "nodes": ["n1", "n2"],
-                     "suppressed": true, "row_ids": [3, 1, 3]}],
-      "secondary_observations": [{"id": "o", "severity": 0}],
-      "diagnosis_observations": {"d": ["o"]},
-      "nested_map": {"a": {"b": ["c", "c"]}}})",
-            "doc", config, settings, warn);
-  EXPECT_FALSE(config.overall_pass);
-  EXPECT_EQ(config.severity_threshold, 40);
-  EXPECT_EQ(settings.log_level, "notice");
-  EXPECT_EQ(config.config_text, "c");
-  ASSERT_EQ(config.nodes.size(), 2u);
-  EXPECT_EQ(config.nodes[0].name, "a");
-  EXPECT_EQ(config.nodes[0].hostname, "n1");
-  EXPECT_EQ(config.nodes[0].groups, (std::set<std::string>{"r1", "r2"}));
-  EXPECT_EQ(config.nodes[1].name, "n2");
-  EXPECT_EQ(config.nodes[1].hostname, "n2");
-  ASSERT_EQ(config.diagnoses.size(), 1u);
-  auto const& d = *config.diagnoses[0];
-  EXPECT_EQ(d.id, "d#s");
-  EXPECT_EQ(d.remedy, "r");
-  EXPECT_EQ(d.severity, 90);
-  EXPECT_TRUE(d.suppressed);
-  EXPECT_EQ(d.row_ids, (std::set<std::int32_t>{1, 3}));
-  ASSERT_EQ(config.secondary_observations.size(), 1u);
-  EXPECT_EQ(config.secondary_observations[0]->message, "");
-  EXPECT_EQ(config.nested_map.at("a").at("b"), (std::set<std::string>{"c"}));
-  EXPECT_EQ(warn.str(), "");
 }
 
 }  // namespace

@@ -1,38 +1,44 @@
 // vesk postprocessor. Licensed under the Apache License, Version 2.0.
 //
-// File: report_app.cpp
+// File: app.cpp
 //
-// The report's layout. For each of two sections, the issues contributing
-// to FAIL and then the other issues, a heading line and an empty line, then
-// one numbered list: the diagnoses (diagnosis form), then the observations,
-// each in descending group key order and, within a group, in list order;
-// every issue is followed by an empty line. A section without issues is
-// left out. Then the summary and the solution validation block. All of it
-// goes through the output log, so its order with the library's own text is
-// kept.
+// The run in order: the command line, the input (cli/input/), the
+// postprocessor, the report (cli/output/), then the exit status. The output
+// log's sink and the process-wide log settings are set for the run and put
+// back afterwards, so tests can run the program many times in one process.
 
-#include "cli/report_app.hpp"
+#include "cli/app.hpp"
 
 #include <sys/ioctl.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <limits>
+#include <map>
 #include <memory>
 #include <new>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "cli/demo_document.hpp"
-#include "cli/document_loader.hpp"
-#include "vesk/vesk.hpp"
+#include "cli/input/document_loader.hpp"
+#include "cli/output/text_writer.hpp"
+#include "vesk/common/config.hpp"
+#include "vesk/common/vocabulary.hpp"
+#include "vesk/log/error_log.hpp"
+#include "vesk/log/output_log.hpp"
+#include "vesk/postprocessor/postprocessor_extension_data.hpp"
+#include "vesk/postprocessor/utility_functions.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -48,8 +54,6 @@ using log::OutputLog;
 using postprocessor::PostprocessorExtensionData;
 using postprocessor::UtilityFunctions;
 
-constexpr char const* kSectionFail = "Issues contributing to FAIL";
-constexpr char const* kSectionOther = "Other issues";
 constexpr char const* kDemoLabel = "demo-cluster.json";
 constexpr char const* kStdinLabel = "(standard input)";
 
@@ -158,6 +162,20 @@ std::string check_threshold(std::string& text) {
   return "";
 }
 
+// The log level names from the most verbose to the least: "debug, info,
+// ..., critical or alert".
+std::string log_level_choices() {
+  std::vector<std::pair<int, std::string>> levels;
+  for (auto const& [name, level] : log_levels) levels.emplace_back(level, name);
+  std::sort(levels.rbegin(), levels.rend());
+  std::string choices;
+  for (std::size_t i = 0; i < levels.size(); ++i) {
+    if (i != 0) choices += i + 1 == levels.size() ? " or " : ", ";
+    choices += levels[i].second;
+  }
+  return choices;
+}
+
 // Parses the command line. Returns false when --help or --version was
 // answered on `out`.
 bool parse_options(std::vector<std::string> const& args, Options& options,
@@ -184,9 +202,8 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
           ->type_name("N")
           ->check(CLI::Validator(check_threshold, ""));
   auto* level_option = app.add_option("--log-level", level,
-                                      "Log level: debug, info, notice, "
-                                      "warning, error, critical or alert "
-                                      "(overrides the document's)")
+                                      "Log level: " + log_level_choices() +
+                                          " (overrides the document's)")
                            ->type_name("NAME");
   app.add_flag("--syslog", options.syslog,
                "Send diagnostic messages to the system log");
@@ -213,10 +230,8 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   if (threshold_option->count() != 0) options.threshold = threshold;
   if (level_option->count() != 0) {
     if (log_levels.count(level) == 0) {
-      throw UsageError(
-          "--log-level: expected one of alert, critical, debug, "
-          "error, info, notice, warning, found \"" +
-          level + "\"");
+      throw UsageError("--log-level: expected one of " + log_level_names() +
+                       ", found \"" + level + "\"");
     }
     options.log_level = level;
   }
@@ -229,47 +244,6 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
         "no FILE given and standard input is a terminal (see --help)");
   }
   return true;
-}
-
-void print_text(std::string const& text) {
-  OutputLog log(OutputLog::NO_COLOR);
-  log << text;
-}
-
-std::size_t digit_count(std::size_t number) {
-  std::size_t digits = 1;
-  while (number >= 10) {
-    number /= 10;
-    ++digits;
-  }
-  return digits;
-}
-
-// One section of issues: those whose group keys have bit 4 set (`fail`
-// true) or clear.
-void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
-                   bool fail, char const* heading) {
-  if (!data.sorted_outputs) return;
-  std::vector<std::pair<std::shared_ptr<CollapsedAnalysisOutput>, bool>> issues;
-  for (bool const diagnoses : {true, false}) {
-    for (auto group = data.sorted_outputs->rbegin();
-         group != data.sorted_outputs->rend(); ++group) {
-      unsigned long const key = group->first.to_ulong();
-      if (((key & 16) != 0) != fail) continue;
-      if (((key & 3) == 0) != diagnoses) continue;
-      for (auto const& output : group->second) {
-        issues.emplace_back(output, diagnoses);
-      }
-    }
-  }
-  if (issues.empty()) return;
-  print_text(std::string(heading) + "\n\n");
-  int const number_width = static_cast<int>(digit_count(issues.size()));
-  int number = 0;
-  for (auto const& [output, diagnosis_form] : issues) {
-    uf.PrintOutput(output, data, ++number, number_width, "", diagnosis_form);
-    print_text("\n");
-  }
 }
 
 int console_width(int fd) {
@@ -328,10 +302,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
              ::isatty(STDOUT_FILENO) != 0) {
     data.terminal_width = console_width(STDOUT_FILENO);
   }
-  print_section(uf, data, true, kSectionFail);
-  print_section(uf, data, false, kSectionOther);
-  unmapped = uf.Summarize(data) != 0 || unmapped;
-  unmapped = uf.print_validation(data) != 0 || unmapped;
+  unmapped = write_text_report(uf, data) != 0 || unmapped;
   postprocessor::release_links(data);
 
   if (unmapped) return Outcome::kUnmapped;
@@ -341,20 +312,19 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
 // The one place where a failure becomes the line on standard error.
 std::string error_line(std::exception_ptr const& error,
                        std::string const& label) {
-  std::string const file = label.empty() ? "" : label;
   try {
     std::rethrow_exception(error);
   } catch (UsageError const& e) {
     return std::string("vesk-report: ") + e.what();
   } catch (InputError const& e) {
-    return "vesk-report: " + file + (e.place.empty() ? "" : ":" + e.place) +
+    return "vesk-report: " + label + (e.place.empty() ? "" : ":" + e.place) +
            ": " + e.what();
   } catch (std::bad_alloc const&) {
-    return "vesk-report: " + file + ": expected less data (out of memory)";
+    return "vesk-report: " + label + ": expected less data (out of memory)";
   } catch (std::exception const& e) {
-    return "vesk-report: " + file + ": " + e.what();
+    return "vesk-report: " + label + ": " + e.what();
   } catch (...) {
-    return "vesk-report: " + file + ": unexpected failure";
+    return "vesk-report: " + label + ": unexpected failure";
   }
 }
 

@@ -1,10 +1,14 @@
 // vesk postprocessor. Licensed under the Apache License, Version 2.0.
 //
-// File: report_app.hpp
+// File: app.hpp
 //
 // vesk-report, the bundled host program: reads an analysis result document,
-// hands it to the postprocessor and prints the report. main() only forwards
-// to run(), so tests can run the whole program in their own process.
+// hands it to the postprocessor and prints the report. This is the run in
+// order (the command line, the input, fillOutputData, the report writer,
+// release_links) and the one place that decides the exit status; reading
+// inputs lives in cli/input/, writing reports in cli/output/. main() only
+// forwards to run(), so tests can run the whole program in their own
+// process.
 //
 // Exit status: 0 the run passed, 1 it failed, 2 bad usage or input (nothing
 // on `out`), 3 the report was printed but a result could not be mapped (the
@@ -15,8 +19,8 @@
 //   std::ostringstream out, err;
 //   int status = vesk::cli::run({"--width", "80", "cluster.json"}, out, err);
 
-#ifndef VESK_CLI_REPORT_APP_HPP_
-#define VESK_CLI_REPORT_APP_HPP_
+#ifndef VESK_CLI_APP_HPP_
+#define VESK_CLI_APP_HPP_
 
 #include <ostream>
 #include <string>
@@ -44,4 +48,4 @@ int run(std::vector<std::string> const& args, std::ostream& out,
 }  // namespace cli
 }  // namespace vesk
 
-#endif  // VESK_CLI_REPORT_APP_HPP_
+#endif  // VESK_CLI_APP_HPP_

@@ -19,48 +19,35 @@
 //
 //   vesk::Config config;
 //   vesk::cli::LoadedSettings settings;
-//   vesk::cli::load_file("cluster.json", config, settings, std::cerr);
+//   vesk::cli::load_file("cluster.json", "cluster.json", config, settings,
+//                        std::cerr);
 //   // throws vesk::cli::InputError{"observations[3].severity",
-//   //                              "expected an integer"}
+//   //     "expected an integer from -2147483648 to 2147483647"}
 
-#ifndef VESK_CLI_DOCUMENT_LOADER_HPP_
-#define VESK_CLI_DOCUMENT_LOADER_HPP_
+#ifndef VESK_CLI_INPUT_DOCUMENT_LOADER_HPP_
+#define VESK_CLI_INPUT_DOCUMENT_LOADER_HPP_
 
 #include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "cli/input/input_error.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
 namespace cli {
-
-// InputError
-//
-// A document that cannot be used. `place` is a key path such as
-// "observations[3].severity", a "line:column" position, or "" when the file
-// itself could not be read; what() says what was expected.
-class InputError : public std::runtime_error {
- public:
-  InputError(std::string place, std::string const& what)
-      : std::runtime_error(what), place(std::move(place)) {}
-
-  std::string place;
-};
 
 // Settings that the document carries besides the Config.
 struct LoadedSettings {
   std::optional<std::string> log_level;  // a key of vesk::log_levels
 };
 
-// one_line()
+// log_level_names()
 //
-// `text` with its control characters written as escapes (\n, \t, \x1b),
-// so that a message naming a key, a value or a file keeps to one line and
-// cannot drive the terminal.
-std::string one_line(std::string_view text);
+// The names of vesk::log_levels in the table's order, joined by ", ":
+// "alert, critical, debug, error, info, notice, warning".
+std::string log_level_names();
 
 // load_file()
 //
@@ -80,4 +67,4 @@ void load_text(std::string_view text, std::string const& label, Config& config,
 }  // namespace cli
 }  // namespace vesk
 
-#endif  // VESK_CLI_DOCUMENT_LOADER_HPP_
+#endif  // VESK_CLI_INPUT_DOCUMENT_LOADER_HPP_

@@ -1,0 +1,428 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: json_reader.cpp
+//
+// Nothing of the parsed form is kept: each value is converted by the
+// caller as it is met, and with a releasable input the pages already
+// walked are given back every few thousand array elements.
+
+#include "cli/input/json_reader.hpp"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+using simdjson::error_code;
+namespace ondemand = simdjson::ondemand;
+
+// -?(0|[1-9][0-9]*)(.[0-9]+)?([eE][+-]?[0-9]+)?
+bool is_json_number(std::string_view token) {
+  std::size_t i = 0;
+  auto digits = [&] {
+    std::size_t const from = i;
+    while (i < token.size() && token[i] >= '0' && token[i] <= '9') ++i;
+    return i > from;
+  };
+  if (i < token.size() && token[i] == '-') ++i;
+  if (i < token.size() && token[i] == '0') {
+    ++i;
+  } else if (!digits()) {
+    return false;
+  }
+  if (i < token.size() && token[i] == '.') {
+    ++i;
+    if (!digits()) return false;
+  }
+  if (i < token.size() && (token[i] == 'e' || token[i] == 'E')) {
+    ++i;
+    if (i < token.size() && (token[i] == '+' || token[i] == '-')) ++i;
+    if (!digits()) return false;
+  }
+  return i == token.size();
+}
+
+}  // namespace
+
+// simdjson says only that there is an invalid byte; this finds it.
+std::size_t first_invalid_utf8(std::string_view text) {
+  auto const* s = reinterpret_cast<unsigned char const*>(text.data());
+  std::size_t const n = text.size();
+  std::size_t i = 0;
+  while (i < n) {
+    unsigned char const c = s[i];
+    std::size_t len = 0;
+    std::uint32_t cp = 0;
+    if (c < 0x80) {
+      ++i;
+      continue;
+    } else if ((c & 0xE0) == 0xC0) {
+      len = 2;
+      cp = c & 0x1F;
+    } else if ((c & 0xF0) == 0xE0) {
+      len = 3;
+      cp = c & 0x0F;
+    } else if ((c & 0xF8) == 0xF0) {
+      len = 4;
+      cp = c & 0x07;
+    } else {
+      return i;
+    }
+    if (i + len > n) return i;
+    for (std::size_t k = 1; k < len; ++k) {
+      if ((s[i + k] & 0xC0) != 0x80) return i;
+      cp = (cp << 6) | (s[i + k] & 0x3F);
+    }
+    static constexpr std::uint32_t kMin[5] = {0, 0, 0x80, 0x800, 0x10000};
+    if (cp < kMin[len] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+      return i;
+    }
+    i += len;
+  }
+  return n;
+}
+
+void append_utf8(std::uint32_t code, std::string& text) {
+  if (code < 0x80) {
+    text += static_cast<char>(code);
+  } else if (code < 0x800) {
+    text += static_cast<char>(0xC0 | (code >> 6));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    text += static_cast<char>(0xE0 | (code >> 12));
+    text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  } else {
+    text += static_cast<char>(0xF0 | (code >> 18));
+    text += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
+    text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
+    text += static_cast<char>(0x80 | (code & 0x3F));
+  }
+}
+
+void blank_byte_order_mark(char* bytes, std::size_t size) {
+  if (size >= 3 && std::memcmp(bytes, "\xEF\xBB\xBF", 3) == 0) {
+    std::memset(bytes, ' ', 3);
+  }
+}
+
+JsonReader::PathScope::PathScope(std::string& path, std::string_view key)
+    : path_(path), size_(path.size()) {
+  if (!path.empty()) path += '.';
+  path += key;
+}
+
+JsonReader::PathScope::PathScope(std::string& path, std::size_t index)
+    : path_(path), size_(path.size()) {
+  path += '[';
+  path += std::to_string(index);
+  path += ']';
+}
+
+JsonReader::JsonReader(std::string_view text, std::string const& label,
+                       std::ostream& warn, bool releasable)
+    : releasable_(releasable), text_(text), label_(label), warn_(warn) {}
+
+ondemand::object JsonReader::open(simdjson::padded_string_view json) {
+  if (text_.empty()) {
+    throw InputError("1:1", "expected a JSON object, found an empty file");
+  }
+  if (error_code e = parser_.iterate(json).get(doc_)) {
+    if (e == simdjson::UTF8_ERROR) {
+      throw InputError(position(first_invalid_utf8(text_)),
+                       "expected UTF-8 text");
+    }
+    if (e == simdjson::EMPTY) {
+      throw InputError(position(text_.size()),
+                       "expected a JSON object, found only blanks");
+    }
+    // Stage one finds an unclosed string or bracket only at the end.
+    std::size_t const where = e == simdjson::UNCLOSED_STRING ||
+                                      e == simdjson::INCOMPLETE_ARRAY_OR_OBJECT
+                                  ? text_.size()
+                                  : 0;
+    throw InputError(position(where),
+                     "expected valid JSON (" +
+                         std::string(simdjson::error_message(e)) + ")");
+  }
+  walking_ = true;
+  ondemand::object root;
+  if (error_code e = doc_.get_object().get(root)) {
+    fail_json(e, "a JSON object");
+  }
+  return root;
+}
+
+void JsonReader::finish() {
+  char const* rest = nullptr;
+  if (doc_.current_location().get(rest) == simdjson::SUCCESS) {
+    throw InputError(location(), "expected the end of the document");
+  }
+  walking_ = false;
+}
+
+void JsonReader::fail(std::string const& what) const {
+  throw InputError(path_.empty() ? location() : path_, what);
+}
+
+void JsonReader::fail_json(error_code error, std::string_view expected) const {
+  switch (error) {
+    case simdjson::INCORRECT_TYPE:
+    case simdjson::NUMBER_OUT_OF_RANGE:
+    case simdjson::NUMBER_ERROR:
+    case simdjson::NO_SUCH_FIELD:
+      fail("expected " + std::string(expected));
+    case simdjson::INCOMPLETE_ARRAY_OR_OBJECT:
+      throw InputError(position(text_.size()),
+                       "expected valid JSON (" +
+                           std::string(simdjson::error_message(error)) + ")");
+    default:
+      throw InputError(location(),
+                       "expected valid JSON (" +
+                           std::string(simdjson::error_message(error)) + ")");
+  }
+}
+
+// "line:column" (both from 1, columns in bytes) of a byte offset; lines
+// already given back were counted when they were released.
+std::string JsonReader::position(std::size_t offset) const {
+  offset = std::min(std::max(offset, released_), text_.size());
+  std::size_t line = 1 + released_lines_;
+  std::size_t line_start = released_line_start_;
+  for (std::size_t i = released_; i < offset; ++i) {
+    if (text_[i] == '\n') {
+      ++line;
+      line_start = i + 1;
+    }
+  }
+  return std::to_string(line) + ":" + std::to_string(offset - line_start + 1);
+}
+
+// The position the parser has reached; the end of the input when it is
+// not walking.
+std::string JsonReader::location() const {
+  if (walking_) {
+    char const* here = nullptr;
+    if (doc_.current_location().get(here) == simdjson::SUCCESS &&
+        here >= text_.data() && here <= text_.data() + text_.size()) {
+      return position(static_cast<std::size_t>(here - text_.data()));
+    }
+  }
+  return position(text_.size());
+}
+
+// Gives back the pages before the current position, less a margin.
+void JsonReader::release_read_part() {
+  if (!releasable_ || !walking_) return;
+  char const* here = nullptr;
+  if (doc_.current_location().get(here) != simdjson::SUCCESS) return;
+  constexpr std::size_t kMargin = 256 << 10;
+  constexpr std::size_t kStep = 4 << 20;
+  auto const offset = static_cast<std::size_t>(here - text_.data());
+  if (offset < released_ + kMargin + kStep) return;
+  std::size_t const page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+  std::size_t const until = (offset - kMargin) / page * page;
+  char const* const from = text_.data() + released_;
+  std::size_t const length = until - released_;
+  released_lines_ +=
+      static_cast<std::size_t>(std::count(from, from + length, '\n'));
+  if (auto const* last =
+          static_cast<char const*>(::memrchr(from, '\n', length))) {
+    released_line_start_ = static_cast<std::size_t>(last - text_.data()) + 1;
+  }
+  ::madvise(const_cast<char*>(text_.data()) + released_, until - released_,
+            MADV_DONTNEED);
+  released_ = until;
+}
+
+void JsonReader::warn(std::string const& what) const {
+  warn_ << one_line("vesk-report: " + label_ + ":" + path_ +
+                    ": warning: " + what)
+        << "\n";
+}
+
+void JsonReader::unknown_key(ondemand::value value) {
+  warn("unknown key ignored");
+  check_value(value);
+}
+
+void JsonReader::check_value(ondemand::value value) {
+  if (doc_.current_depth() > kMaxNesting) {
+    throw InputError(location(), "expected JSON nested at most " +
+                                     std::to_string(kMaxNesting) +
+                                     " levels deep");
+  }
+  ondemand::json_type type;
+  if (error_code e = value.type().get(type)) fail_json(e, "a JSON value");
+  switch (type) {
+    case ondemand::json_type::object:
+      for_each_member(value, "an object",
+                      [&](std::string const&, ondemand::value member) {
+                        check_value(member);
+                      });
+      return;
+    case ondemand::json_type::array:
+      for_each_element(value, "an array",
+                       [&](ondemand::value item) { check_value(item); });
+      return;
+    case ondemand::json_type::string:
+      (void)get_string(value);
+      return;
+    default:
+      break;
+  }
+  std::string_view token = value.raw_json_token();
+  while (!token.empty() && (token.back() == ' ' || token.back() == '\t' ||
+                            token.back() == '\n' || token.back() == '\r')) {
+    token.remove_suffix(1);
+  }
+  if (token != "true" && token != "false" && token != "null" &&
+      !is_json_number(token)) {
+    throw InputError(location(), "expected a JSON value, found \"" +
+                                     std::string(token.substr(0, 40)) + "\"");
+  }
+}
+
+std::string JsonReader::get_string(ondemand::value value) {
+  ondemand::raw_json_string raw;
+  if (error_code e = value.get_raw_json_string().get(raw)) {
+    fail_json(e, "a string");
+  }
+  char const* pos = reinterpret_cast<char const*>(raw.raw());
+  char const* const end = text_.data() + text_.size();
+  std::string text;
+  for (;;) {
+    auto const* quote = static_cast<char const*>(
+        std::memchr(pos, '"', static_cast<std::size_t>(end - pos)));
+    if (quote == nullptr) fail("expected a closed string");
+    auto const* escape = static_cast<char const*>(
+        std::memchr(pos, '\\', static_cast<std::size_t>(quote - pos)));
+    if (escape == nullptr) {
+      text.append(pos, quote);
+      return text;
+    }
+    text.append(pos, escape);
+    pos = unescape(escape, end, text);
+  }
+}
+
+// Decodes the escape at `escape` (a backslash) onto `text`; returns the
+// position after it.
+char const* JsonReader::unescape(char const* escape, char const* end,
+                                 std::string& text) const {
+  if (end - escape < 2) fail("expected a valid escape in a string");
+  switch (escape[1]) {
+    case '"':
+    case '\\':
+    case '/':
+      text += escape[1];
+      return escape + 2;
+    case 'b':
+      text += '\b';
+      return escape + 2;
+    case 'f':
+      text += '\f';
+      return escape + 2;
+    case 'n':
+      text += '\n';
+      return escape + 2;
+    case 'r':
+      text += '\r';
+      return escape + 2;
+    case 't':
+      text += '\t';
+      return escape + 2;
+    case 'u':
+      break;
+    default:
+      fail("expected a valid escape in a string");
+  }
+  std::uint32_t code = hex4(escape + 2, end);
+  char const* next = escape + 6;
+  if (code >= 0xD800 && code <= 0xDBFF) {
+    if (end - next < 6 || next[0] != '\\' || next[1] != 'u') {
+      fail("expected a valid escape in a string");
+    }
+    std::uint32_t const low = hex4(next + 2, end);
+    if (low < 0xDC00 || low > 0xDFFF) {
+      fail("expected a valid escape in a string");
+    }
+    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+    next += 6;
+  } else if (code >= 0xDC00 && code <= 0xDFFF) {
+    fail("expected a valid escape in a string");
+  }
+  append_utf8(code, text);
+  return next;
+}
+
+std::uint32_t JsonReader::hex4(char const* digits, char const* end) const {
+  if (end - digits < 4) fail("expected a valid escape in a string");
+  std::uint32_t code = 0;
+  for (int i = 0; i < 4; ++i) {
+    char const c = digits[i];
+    code <<= 4;
+    if (c >= '0' && c <= '9') {
+      code |= static_cast<std::uint32_t>(c - '0');
+    } else if (c >= 'a' && c <= 'f') {
+      code |= static_cast<std::uint32_t>(c - 'a' + 10);
+    } else if (c >= 'A' && c <= 'F') {
+      code |= static_cast<std::uint32_t>(c - 'A' + 10);
+    } else {
+      fail("expected a valid escape in a string");
+    }
+  }
+  return code;
+}
+
+bool JsonReader::get_bool(ondemand::value value) {
+  bool flag = false;
+  if (error_code e = value.get_bool().get(flag)) {
+    fail_json(e, "true or false");
+  }
+  return flag;
+}
+
+std::int32_t JsonReader::get_int32(ondemand::value value) {
+  std::int64_t number = 0;
+  constexpr char const* kExpected = "an integer from -2147483648 to 2147483647";
+  if (error_code e = value.get_int64().get(number)) {
+    fail_json(e, kExpected);
+  }
+  if (number < std::numeric_limits<std::int32_t>::min() ||
+      number > std::numeric_limits<std::int32_t>::max()) {
+    fail(std::string("expected ") + kExpected);
+  }
+  return static_cast<std::int32_t>(number);
+}
+
+std::vector<std::string> JsonReader::get_strings(ondemand::value value) {
+  std::vector<std::string> list;
+  for_each_element(value, "an array of strings", [&](ondemand::value item) {
+    list.push_back(get_string(item));
+  });
+  return list;
+}
+
+ondemand::array JsonReader::get_array(ondemand::value value,
+                                      std::string_view what) {
+  ondemand::array array;
+  if (error_code e = value.get_array().get(array)) fail_json(e, what);
+  return array;
+}
+
+ondemand::object JsonReader::get_object(ondemand::value value,
+                                        std::string_view what) {
+  ondemand::object object;
+  if (error_code e = value.get_object().get(object)) fail_json(e, what);
+  return object;
+}
+
+}  // namespace cli
+}  // namespace vesk

@@ -1,0 +1,76 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: text_writer.cpp
+
+#include "cli/output/text_writer.hpp"
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "vesk/log/output_log.hpp"
+
+namespace vesk {
+namespace cli {
+namespace {
+
+using log::OutputLog;
+using postprocessor::PostprocessorExtensionData;
+using postprocessor::UtilityFunctions;
+
+void print_text(std::string const& text) {
+  OutputLog log(OutputLog::NO_COLOR);
+  log << text;
+}
+
+std::size_t digit_count(std::size_t number) {
+  std::size_t digits = 1;
+  while (number >= 10) {
+    number /= 10;
+    ++digits;
+  }
+  return digits;
+}
+
+// One section of issues: those whose group keys have bit 4 set (`fail`
+// true) or clear.
+void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
+                   bool fail, char const* heading) {
+  if (!data.sorted_outputs) return;
+  std::vector<std::pair<std::shared_ptr<CollapsedAnalysisOutput>, bool>> issues;
+  for (bool const diagnoses : {true, false}) {
+    for (auto group = data.sorted_outputs->rbegin();
+         group != data.sorted_outputs->rend(); ++group) {
+      unsigned long const key = group->first.to_ulong();
+      if (((key & 16) != 0) != fail) continue;
+      if (((key & 3) == 0) != diagnoses) continue;
+      for (auto const& output : group->second) {
+        issues.emplace_back(output, diagnoses);
+      }
+    }
+  }
+  if (issues.empty()) return;
+  print_text(std::string(heading) + "\n\n");
+  int const number_width = static_cast<int>(digit_count(issues.size()));
+  int number = 0;
+  for (auto const& [output, diagnosis_form] : issues) {
+    uf.PrintOutput(output, data, ++number, number_width, "", diagnosis_form);
+    print_text("\n");
+  }
+}
+
+}  // namespace
+
+int write_text_report(UtilityFunctions& uf,
+                      PostprocessorExtensionData const& data) {
+  print_section(uf, data, true, kSectionFail);
+  print_section(uf, data, false, kSectionOther);
+  bool unmapped = uf.Summarize(data) != 0;
+  unmapped = uf.print_validation(data) != 0 || unmapped;
+  return unmapped ? 1 : 0;
+}
+
+}  // namespace cli
+}  // namespace vesk
