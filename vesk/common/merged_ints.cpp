@@ -40,6 +40,36 @@ void append_value(std::string& out, int zeroes, Decimal const& d) {
   out.append(d.text, d.size);
 }
 
+// The values ascending without duplicates. A dense set (the usual node
+// list: most numbers of a range present) is marked in a table of its range
+// and read back in order, which is linear; a sparse one is sorted.
+std::vector<int> sorted_unique(std::vector<int> const& values) {
+  auto const [lo, hi] = std::minmax_element(values.begin(), values.end());
+  std::uint64_t const span = static_cast<std::uint64_t>(
+      static_cast<std::int64_t>(*hi) - static_cast<std::int64_t>(*lo));
+  if (span < 4 * static_cast<std::uint64_t>(values.size()) + 64) {
+    int const base = *lo;
+    std::vector<unsigned char> present(static_cast<std::size_t>(span) + 1, 0);
+    for (int const v : values) {
+      present[static_cast<std::size_t>(static_cast<std::int64_t>(v) - base)] =
+          1;
+    }
+    std::vector<int> sorted;
+    sorted.reserve(values.size());
+    for (std::size_t k = 0; k < present.size(); ++k) {
+      if (present[k] != 0) {
+        sorted.push_back(static_cast<int>(static_cast<std::int64_t>(base) +
+                                          static_cast<std::int64_t>(k)));
+      }
+    }
+    return sorted;
+  }
+  std::vector<int> sorted(values);
+  std::sort(sorted.begin(), sorted.end());
+  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  return sorted;
+}
+
 }  // namespace
 
 std::string get_merged_ints(std::vector<int> const& values, bool& bracket,
@@ -47,9 +77,7 @@ std::string get_merged_ints(std::vector<int> const& values, bool& bracket,
   bracket = false;
   if (values.empty()) return "";
 
-  std::vector<int> sorted(values);
-  std::sort(sorted.begin(), sorted.end());
-  sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+  std::vector<int> const sorted = sorted_unique(values);
   bracket = sorted.size() > 1;
 
   // The padding is the same for every value, so two renderings have the same
