@@ -7,7 +7,9 @@
 // equalities of a projection of the host (its shape and texts; its shape,
 // zero counts and every number but the varied one), so the first matching
 // group is the one group whose key is equal: a hash index on that key gives
-// the same groups in the same order in linear time.
+// the same groups in the same order in linear time. The key itself is never
+// built; a 64-bit hash of it finds the candidate group, and the host is
+// compared with that group's first member token by token.
 //
 // The algorithms are written once, as templates over a read-only view of a
 // list of hosts, and used both by the public operations (over
