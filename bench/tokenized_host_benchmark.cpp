@@ -29,8 +29,9 @@ void BM_GetMergedHostsSequential100k(benchmark::State& state) {
 }
 BENCHMARK(BM_GetMergedHostsSequential100k)->Unit(benchmark::kMillisecond);
 
-// (b) r1..r1000 x n001..n1000, shuffled: 1,000 groups of 1,000 names.
-void BM_GetMergedHostsRacks1M(benchmark::State& state) {
+// (b) the 1,000,000 two-number names r1n001 .. r1000n1000 (r1..r1000 x
+// n001..n1000), shuffled: 1,000 groups of 1,000 names. Target: under 0.15 s.
+void BM_GetMergedHosts1MShuffled_r1to1000_n001to1000(benchmark::State& state) {
   std::vector<std::string> const names =
       vesk::bench::rack_host_names(1000, 1000);
   for (auto _ : state) {
@@ -39,7 +40,8 @@ void BM_GetMergedHostsRacks1M(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() *
                           static_cast<std::int64_t>(names.size()));
 }
-BENCHMARK(BM_GetMergedHostsRacks1M)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetMergedHosts1MShuffled_r1to1000_n001to1000)
+    ->Unit(benchmark::kMillisecond);
 
 // Growth with the list size: racks of 32 nodes, shuffled.
 void BM_GetMergedHosts(benchmark::State& state) {

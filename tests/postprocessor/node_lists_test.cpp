@@ -106,7 +106,7 @@ TEST(PrintNodes, EmptyNodeListPrintsEmptyTestedLine) {
 TEST(PrintNodes, UsesHostNamesInSortedOrder) {
   PostprocessorExtensionData data;
   data.node_list = nodes({"node9", "login1", "node10", "node2"});
-  EXPECT_EQ(print(data), "Nodes tested: login1, node[2,9,10]\n\n");
+  EXPECT_EQ(print(data), "Nodes tested: login1, node[2,9-10]\n\n");
 }
 
 TEST(PrintNodes, DuplicateHostNamesGiveOneRange) {

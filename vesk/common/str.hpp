@@ -91,16 +91,20 @@ VESK_API std::string space_wrap(std::string const& text, int width,
 // which pdsh, clush and srun expand back to the same values:
 //  - values are sorted ascending and duplicates removed;
 //  - each value is written as `zeroes` '0' characters and its decimal digits;
-//  - consecutive values whose renderings have the same length form a run
-//    "first-last" (two values make a run too); a run never crosses a change
-//    of rendered length, so with zeroes 1 the values 8..11 give
-//    "08-09,010-011";
+//  - consecutive values form a run "first-last" (two values make a run
+//    too). With zeroes 0 a run crosses changes of digit count: 1..1000
+//    gives "1-1000" and (9,10) gives "9-10". With zeroes above 0 a run never
+//    crosses a change of rendered length, because the tools read a padded
+//    range as a field width: with zeroes 1 the values 8..11 give
+//    "08-09,010-011". (Negative values, which no host number has, keep the
+//    length rule with zeroes 0 too, so -1 and 0 stay apart: "-1,0-1".)
 //  - items are joined with ',' and no spaces.
 // `bracket` is set on every call: true exactly when the text stands for more
 // than one value. An empty list gives "" and false.
 //
 // Examples: (3,1,2,10) zeroes 0 gives "1-3,10"; (5) gives "5", bracket
-// false; (1,1) gives "1", bracket false; (9,10) zeroes 1 gives "09,010".
+// false; (1,1) gives "1", bracket false; (9,10) zeroes 0 gives "9-10";
+// (9,10) zeroes 1 gives "09,010"; 1..1000 zeroes 0 gives "1-1000".
 VESK_API std::string get_merged_ints(std::vector<int> const& values,
                                      bool& bracket, int zeroes);
 
