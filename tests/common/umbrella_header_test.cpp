@@ -150,6 +150,8 @@ static_assert(std::is_function_v<decltype(vesk::str::space_wrap)>);
 static_assert(std::is_function_v<decltype(vesk::str::get_merged_ints)>);
 static_assert(std::is_same_v<decltype(&vesk::fs::selfpath), std::string (*)()>);
 static_assert(std::is_function_v<decltype(vesk::fs::abspath)>);
+static_assert(
+    std::is_same_v<decltype(&vesk::util::console_width), int (*)(int)>);
 
 // Vocabulary.
 static_assert(std::is_enum_v<vesk::provider::encoding>);
