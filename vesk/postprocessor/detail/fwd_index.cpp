@@ -15,6 +15,7 @@
 #include "vesk/common/vocabulary.hpp"
 #include "vesk/postprocessor/detail/collapsed_output.hpp"
 #include "vesk/postprocessor/detail/finding_key.hpp"
+#include "vesk/postprocessor/detail/link_index.hpp"
 #include "vesk/postprocessor/detail/mapping_errors.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
@@ -82,10 +83,7 @@ void FwdIndex::refresh() {
     std::string const& id = first_id(output);
     std::string const short_id = str::remove_sub_id(id);
     bool const provider = short_id == vesk::PROVIDER_ERROR_CODE;
-    std::vector<std::string> const* signs = nullptr;
-    assert(data_.observation_signs && "observation_signs not filled");
-    auto found = data_.observation_signs->find(provider ? id : short_id);
-    if (found != data_.observation_signs->end()) signs = &found->second;
+    auto const* signs = LinkIndex::signs_of(provider ? id : short_id, data_);
     if (signs == nullptr) {
       first_unmapped_ = i;
       break;
@@ -299,13 +297,7 @@ FwdIndex::DiagnosisGroup const& FwdIndex::diagnosis_group(
   DiagnosisGroup& info = *slot;
   info.first_unmapped = kNone;
   for (std::size_t i = 0; i < group.size(); ++i) {
-    std::vector<std::string> const* triggers = nullptr;
-    assert(data_.diagnosis_observations && "diagnosis_observations not filled");
-    auto found = data_.diagnosis_observations->find(
-        str::remove_sub_id(first_id(*group[i])));
-    if (found != data_.diagnosis_observations->end()) {
-      triggers = &found->second;
-    }
+    auto const* triggers = LinkIndex::triggers_of(first_id(*group[i]), data_);
     if (triggers == nullptr) {
       info.first_unmapped = i;
       break;

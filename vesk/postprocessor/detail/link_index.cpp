@@ -3,6 +3,7 @@
 #include "vesk/postprocessor/detail/link_index.hpp"
 
 #include <algorithm>
+#include <bitset>
 #include <cassert>
 #include <tuple>
 #include <utility>
@@ -10,6 +11,7 @@
 #include "vesk/common/group_key.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/common/vocabulary.hpp"
+#include "vesk/postprocessor/detail/collapsed_output.hpp"
 #include "vesk/postprocessor/detail/mapping_errors.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
@@ -27,7 +29,7 @@ using postprocessor::UtilityFunctions;
 std::string const& representative_id(CollapsedAnalysisOutput const& output) {
   assert(!output.outputs.empty() && output.outputs.front() &&
          "collapsed output without raw results");
-  return output.outputs.front()->id;
+  return first_id(output);
 }
 
 // The group key under which a diagnosis looks for outputs of `type` in one
@@ -76,6 +78,14 @@ std::vector<std::string> const* LinkIndex::signs_of(
   assert(data.observation_signs && "observation_signs not filled");
   auto found = data.observation_signs->find(id);
   return found == data.observation_signs->end() ? nullptr : &found->second;
+}
+
+std::vector<std::string> const* LinkIndex::triggers_of(
+    std::string const& id,
+    postprocessor::PostprocessorExtensionData const& data) {
+  assert(data.diagnosis_observations && "diagnosis_observations not filled");
+  auto found = data.diagnosis_observations->find(str::remove_sub_id(id));
+  return found == data.diagnosis_observations->end() ? nullptr : &found->second;
 }
 
 // The definitions by rule name and by name, made the first time a whole
@@ -183,7 +193,6 @@ bool LinkIndex::lacks_some_definition(std::set<std::string> const& fwd_names) {
 int LinkIndex::diagnosis_mapping(CollapsedAnalysisOutput const& diagnosis,
                                  Type type, std::vector<CollapsedPtr>& result) {
   assert(data_.sorted_outputs && "sorted_outputs not filled");
-  assert(data_.diagnosis_observations && "diagnosis_observations not filled");
   std::string const& id = representative_id(diagnosis);
   bool looked_up = false;
   // The diagnosis's sign list as (sign, how often it is listed).
@@ -196,13 +205,13 @@ int LinkIndex::diagnosis_mapping(CollapsedAnalysisOutput const& diagnosis,
     if (group == data_.sorted_outputs->end()) continue;
     if (!looked_up) {
       looked_up = true;
-      auto found = data_.diagnosis_observations->find(str::remove_sub_id(id));
-      if (found == data_.diagnosis_observations->end()) {
+      auto const* list = triggers_of(id, data_);
+      if (list == nullptr) {
         write_diagnosis_error(id);
         return 1;
       }
       std::vector<std::string const*> sorted;
-      for (auto const& sign : found->second) sorted.push_back(&sign);
+      for (auto const& sign : *list) sorted.push_back(&sign);
       std::sort(sorted.begin(), sorted.end(),
                 [](auto const* a, auto const* b) { return *a < *b; });
       for (auto const* sign : sorted) {

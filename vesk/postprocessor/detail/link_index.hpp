@@ -59,6 +59,13 @@ class LinkIndex {
       std::string const& id,
       postprocessor::PostprocessorExtensionData const& data);
 
+  // The ids that trigger the diagnosis `id`: its entry, under the id
+  // without its sub-id, in data.diagnosis_observations; null when the table
+  // lacks it.
+  static std::vector<std::string> const* triggers_of(
+      std::string const& id,
+      postprocessor::PostprocessorExtensionData const& data);
+
   // Same effect, standard error text and result as
   // UtilityFunctions::ObservationFromFWD(observation, fwd, data, found).
   [[nodiscard]] int observation_from_fwd(
