@@ -24,8 +24,9 @@
 
 #include "vesk/common/analysis_output.hpp"
 #include "vesk/common/config.hpp"
+#include "vesk/common/framework_definition.hpp"
 #include "vesk/common/fs.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/group_key.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/common/util.hpp"
 #include "vesk/common/vocabulary.hpp"

@@ -57,6 +57,14 @@ static_assert(std::is_class_v<vesk::FwdNode>);
 static_assert(std::is_class_v<vesk::FWDAttributes>);
 static_assert(std::is_invocable_r_v<bool, vesk::CompareBitset, std::bitset<5>,
                                     std::bitset<5>>);
+static_assert(std::is_same_v<decltype(vesk::group_key::make_key(1u, 4u, true)),
+                             std::bitset<5>>);
+static_assert(std::is_same_v<
+              decltype(vesk::group_key::kind_of(std::bitset<5>())), unsigned>);
+static_assert(std::is_same_v<
+              decltype(vesk::group_key::band_of(std::bitset<5>())), unsigned>);
+static_assert(std::is_same_v<
+              decltype(vesk::group_key::is_fail_side(std::bitset<5>())), bool>);
 
 // The data record and the extension base.
 static_assert(std::is_class_v<pp::PostprocessorExtensionData>);
@@ -150,6 +158,8 @@ static_assert(std::is_function_v<decltype(vesk::str::space_wrap)>);
 static_assert(std::is_function_v<decltype(vesk::str::get_merged_ints)>);
 static_assert(std::is_same_v<decltype(&vesk::fs::selfpath), std::string (*)()>);
 static_assert(std::is_function_v<decltype(vesk::fs::abspath)>);
+static_assert(
+    std::is_same_v<decltype(&vesk::util::console_width), int (*)(int)>);
 
 // Vocabulary.
 static_assert(std::is_enum_v<vesk::provider::encoding>);

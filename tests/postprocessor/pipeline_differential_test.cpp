@@ -21,6 +21,7 @@
 #include "oracle/compare.hpp"
 #include "oracle/fixtures.hpp"
 #include "oracle/oracle.hpp"
+#include "vesk/common/str.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
 #include "gtest/gtest.h"
@@ -359,6 +360,7 @@ TEST(PipelineDifferential, SingleStepsAgree) {
   UtilityFunctions uf;
   int failures = 0, grown_tables = 0;
   std::map<std::string, int> messages;  // how often each error was met
+  std::map<std::string, int> outcomes;  // how often each step gave 0 or 1
   for (std::uint64_t seed = 1; seed <= kSingleStepRuns && failures < 5;
        ++seed) {
     CaseMaker maker(seed * 7919);
@@ -394,7 +396,7 @@ TEST(PipelineDifferential, SingleStepsAgree) {
       auto const type = static_cast<Type>(maker.below(3));
       auto const& fwds_a = a.fwd_attributes->fwds;
       auto const& fwds_b = b.fwd_attributes->fwds;
-      int const action = maker.below(6);
+      int const action = maker.below(7);
       std::string err_a, err_b;
       int rc_a = 0, rc_b = 0;
       std::string what;
@@ -511,6 +513,30 @@ TEST(PipelineDifferential, SingleStepsAgree) {
         }
         EXPECT_EQ(after_a, severity_bands) << trace << " " << what;
         if (severity_bands.size() > before.size()) ++grown_tables;
+      } else if (action == 6) {
+        what = "map_sign";
+        // An output's id as it is, without its sub-id, or an id that no
+        // table holds; the list starts empty or with an entry to replace.
+        std::string id = outputs_a[which]->get_id();
+        int const form = maker.below(3);
+        if (form == 1) id = str::remove_sub_id(id);
+        if (form == 2) id = "absent";
+        std::vector<std::string> signs_a, signs_b;
+        if (maker.chance(50)) {
+          signs_a.push_back("old");
+          signs_b.push_back("old");
+        }
+        {
+          StderrCapture capture;
+          rc_a = uf.map_sign(id, signs_a, a);
+          err_a = capture.text();
+        }
+        {
+          StderrCapture capture;
+          rc_b = oracle::map_sign(id, signs_b, b);
+          err_b = capture.text();
+        }
+        EXPECT_EQ(signs_a, signs_b) << trace << " " << what << " " << id;
       } else {
         continue;
       }
@@ -519,6 +545,7 @@ TEST(PipelineDifferential, SingleStepsAgree) {
             "to the observation(s) that triggered"}) {
         if (err_b.find(text) != std::string::npos) ++messages[text];
       }
+      ++outcomes[what + (rc_b == 0 ? " returned 0" : " returned 1")];
       if (action >= 4 &&
           err_b.find("Error mapping observation") != std::string::npos) {
         ++messages["observation error in a definition's list"];
@@ -546,6 +573,13 @@ TEST(PipelineDifferential, SingleStepsAgree) {
   EXPECT_GT(messages["to the signs that triggered"], 5);
   EXPECT_GT(messages["to the observation(s) that triggered"], 5);
   EXPECT_GT(messages["observation error in a definition's list"], 5);
+  // Every single step both succeeded and failed, each many times.
+  for (char const* step :
+       {"PopulateCollapsedOutput", "GetOutputFWD", "DiagnosisMapping",
+        "ObservationFromFWD", "FWDObservations", "PopulateFWD", "map_sign"}) {
+    EXPECT_GT(outcomes[std::string(step) + " returned 0"], 5) << step;
+    EXPECT_GT(outcomes[std::string(step) + " returned 1"], 5) << step;
+  }
 }
 
 // Collapsing into vectors that already hold records, some of another kind.

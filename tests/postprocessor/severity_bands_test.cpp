@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
 #include "gtest/gtest.h"

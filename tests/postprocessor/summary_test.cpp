@@ -15,7 +15,7 @@
 
 #include "vesk/common/analysis_output.hpp"
 #include "vesk/common/config.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 

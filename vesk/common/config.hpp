@@ -29,7 +29,7 @@
 #include <vector>
 
 #include "vesk/common/analysis_output.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 
 namespace vesk {
 

@@ -2,17 +2,28 @@
 //
 // File: util.hpp
 //
-// Small class templates shared by the tool set.
+// Small pieces shared by the tool set: a copy policy base class and the
+// console width query.
 //
 // Example:
 //
 //   class MyExtension : public vesk::util::NonDeepCopyable<MyExtension> {};
+//   int width = vesk::util::console_width(STDOUT_FILENO);  // 0: not a tty
 
 #ifndef VESK_COMMON_UTIL_HPP_
 #define VESK_COMMON_UTIL_HPP_
 
+#include "vesk/common/export.hpp"
+
 namespace vesk {
 namespace util {
+
+// console_width()
+//
+// The column count of the terminal open on file descriptor `fd` (the
+// TIOCGWINSZ query), or 0 when the query fails, as it does when `fd` is not
+// a terminal. 0 means "do not wrap" to every wrap function.
+VESK_API int console_width(int fd);
 
 // NonDeepCopyable
 //

@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "vesk/common/group_key.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
@@ -19,12 +20,6 @@ namespace vesk {
 namespace postprocessor {
 
 namespace {
-
-// A group key from a small unsigned value, cut to its low 8 and then to its
-// low 5 bits, as every group key is formed.
-std::bitset<5> group_key(unsigned value) {
-  return std::bitset<5>(static_cast<std::uint8_t>(value));
-}
 
 // The size of the group under `key`; 0 when the group (or the whole map) is
 // missing. Never inserts.
@@ -48,18 +43,20 @@ void UtilityFunctions::PrintIssueCount(PostprocessorExtensionData const& data,
   // Ascending over the reversed range: most severe level first.
   std::sort(levels.rbegin(), levels.rend());
 
-  unsigned const contribution = other_issues ? 0u : 16u;
   std::stringstream buffer;
   for (auto const& [lowest, highest, severity, name] : levels) {
     bool const listed = other_issues ? highest < data.severity_threshold
                                      : lowest >= data.severity_threshold;
     if (!listed) continue;
-    unsigned const base = static_cast<unsigned>(severity) | contribution;
+    auto const band = static_cast<unsigned>(severity);
+    auto key = [&](unsigned kind) {
+      return group_key::make_key(kind, band, !other_issues);
+    };
     std::int64_t const diagnoses =
-        static_cast<std::int64_t>(group_size(data, group_key(base)));
+        static_cast<std::int64_t>(group_size(data, key(DIAGNOSIS)));
     std::int64_t const observations =
-        static_cast<std::int64_t>(group_size(data, group_key(base | 1u)) +
-                                  group_size(data, group_key(base | 2u)));
+        static_cast<std::int64_t>(group_size(data, key(OBSERVATION)) +
+                                  group_size(data, key(SECONDARY_OBSERVATION)));
     std::int64_t const total = diagnoses + observations;
     buffer << total << " " << str::upper(name);
     if (total <= 0) {

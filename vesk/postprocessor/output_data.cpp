@@ -4,46 +4,37 @@
 // the host's Config, sorts and links the results and populates the framework
 // definitions.
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <bitset>
-#include <cassert>
 #include <ctime>
+#include <memory>
 
+#include "vesk/common/group_key.hpp"
+#include "vesk/common/util.hpp"
 #include "vesk/postprocessor/detail/fwd_index.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
 namespace vesk {
 namespace postprocessor {
-namespace {
-
-// The column count of the terminal on standard input, 0 when standard input
-// is not a terminal (0 means "do not wrap").
-int console_width() {
-  struct winsize size {};
-  if (ioctl(STDIN_FILENO, TIOCGWINSZ, &size) != 0) return 0;
-  return static_cast<int>(size.ws_col);
-}
-
-}  // namespace
-
 int UtilityFunctions::fillOutputData(Config const& config,
                                      PostprocessorExtensionData& data) {
-  data.terminal_width = console_width();
+  // The terminal on standard input; 0 (do not wrap) when it is none.
+  data.terminal_width = util::console_width(STDIN_FILENO);
   data.overall_pass = config.overall_pass;
   if (config.severity_threshold != -1) {
     data.severity_threshold = config.severity_threshold;
     data.severity_threshold_set = true;
   }
-  for (unsigned key : {0u, 3u, 16u, 19u}) {
-    data.group_counts[std::bitset<5>(key)] = 0;
+  // The four counts the collapsing adds to: each kind on each side.
+  for (unsigned kind : {group_key::kDiagnoses, group_key::kAllObservations}) {
+    for (bool fail_side : {false, true}) {
+      data.group_counts[group_key::make_key(kind, 0u, fail_side)] = 0;
+    }
   }
   data.timestamp = std::time(nullptr);
   data.config_text = config.config_text;
   data.name_list = config.name_list;
   data.node_list = std::make_shared<std::vector<Node>>(config.nodes);
-  assert(config.fwd_attributes && "Config without framework definitions");
   data.fwd_name_list = config.fwd_attributes
                            ? std::make_shared<std::vector<std::string>>(
                                  config.fwd_attributes->fwd_name_order)

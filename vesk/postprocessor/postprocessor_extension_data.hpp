@@ -31,14 +31,16 @@
 
 #include "vesk/common/analysis_output.hpp"
 #include "vesk/common/config.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
+#include "vesk/common/group_key.hpp"
 
 namespace vesk {
 namespace postprocessor {
 
 // The groups of collapsed results, by group key.
 using SortedOutputs =
-    std::map<std::bitset<5>, std::vector<std::shared_ptr<CollapsedAnalysisOutput>>,
+    std::map<std::bitset<5>,
+             std::vector<std::shared_ptr<CollapsedAnalysisOutput>>,
              CompareBitset>;
 
 // PostprocessorExtensionData
@@ -46,11 +48,11 @@ using SortedOutputs =
 // Defaults as a default-constructed record has them; the comment names the
 // step that fills each member.
 struct PostprocessorExtensionData {
-  std::vector<std::string> name_list;  // fillOutputData
-  std::time_t timestamp = 0;           // fillOutputData: the current time
-  std::string config_text;             // fillOutputData
-  bool overall_pass = true;            // fillOutputData: PASS when true
-  bool severity_threshold_set = false;  // fillOutputData
+  std::vector<std::string> name_list;    // fillOutputData
+  std::time_t timestamp = 0;             // fillOutputData: the current time
+  std::string config_text;               // fillOutputData
+  bool overall_pass = true;              // fillOutputData: PASS when true
+  bool severity_threshold_set = false;   // fillOutputData
   std::int32_t severity_threshold = 25;  // fillOutputData, unless -1
   std::int32_t suppressed_count = 0;     // collapsing
   std::int32_t terminal_width = 0;       // fillOutputData; 0 = no wrap

@@ -7,7 +7,6 @@
 // its own, so that the destinations see the same sequence of writes on
 // every run.
 
-#include <bitset>
 #include <cstdint>
 #include <iostream>
 #include <ostream>
@@ -16,8 +15,10 @@
 #include <string>
 
 #include "vesk/common/fs.hpp"
+#include "vesk/common/group_key.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
+#include "vesk/postprocessor/detail/report_text.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
 namespace vesk {
@@ -28,9 +29,6 @@ namespace {
 // The verdict and the skipped-definitions lines keep this width whatever
 // the terminal's.
 constexpr int kFixedWidth = 80;
-
-// The summary's closing rule.
-std::string const kRule(80, '-');
 
 // Writes `text` as one message, then empties `buffer`.
 void write(std::stringstream& buffer, std::string const& text) {
@@ -78,8 +76,10 @@ int UtilityFunctions::Summarize(PostprocessorExtensionData const& data) {
   int fail_diagnoses = 0;
   int fail_observations = 0;
   try {
-    fail_diagnoses = data.group_counts.at(std::bitset<5>(16));
-    fail_observations = data.group_counts.at(std::bitset<5>(19));
+    fail_diagnoses = data.group_counts.at(
+        group_key::make_key(group_key::kDiagnoses, 0u, true));
+    fail_observations = data.group_counts.at(
+        group_key::make_key(group_key::kAllObservations, 0u, true));
   } catch (std::out_of_range const&) {
     std::cerr << "Error finding issues that contributed to FAIL.\n";
     return 1;
@@ -87,8 +87,10 @@ int UtilityFunctions::Summarize(PostprocessorExtensionData const& data) {
   int other_diagnoses = 0;
   int other_observations = 0;
   try {
-    other_diagnoses = data.group_counts.at(std::bitset<5>(0));
-    other_observations = data.group_counts.at(std::bitset<5>(3));
+    other_diagnoses = data.group_counts.at(
+        group_key::make_key(group_key::kDiagnoses, 0u, false));
+    other_observations = data.group_counts.at(
+        group_key::make_key(group_key::kAllObservations, 0u, false));
   } catch (std::out_of_range const&) {
     std::cerr << "Error finding issues that did not contribute to FAIL.\n";
     return 1;
@@ -150,7 +152,7 @@ int UtilityFunctions::Summarize(PostprocessorExtensionData const& data) {
   }
 
   line_break();
-  buffer << kRule;
+  buffer << detail::kRuleLine;
   write(buffer, buffer.str());
   line_break();
   return 0;

@@ -47,7 +47,7 @@
 #include "vesk/common/analysis_output.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/export.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 
 namespace vesk {
@@ -114,6 +114,13 @@ class VESK_API UtilityFunctions {
                                PostprocessorExtensionData& data, Type type);
 
   // ---- Provenance ---------------------------------------------------------
+  //
+  // Preconditions of these operations (and of the linking in SortType):
+  // data.sorted_outputs, data.diagnosis_observations and
+  // data.observation_signs exist, and every collapsed output handed in or
+  // held in a group is non-null with at least one raw result. They are not
+  // tested for (debug builds assert them). A null data.fwd_attributes, or a
+  // null definition in it, stands for no definition.
 
   // map_sign()
   //
@@ -156,6 +163,11 @@ class VESK_API UtilityFunctions {
                               PostprocessorExtensionData const& data);
 
   // ---- Framework definitions ---------------------------------------------
+  //
+  // Preconditions: data.sorted_outputs, data.observation_signs and
+  // data.diagnosis_observations exist and the groups hold no null records
+  // (not tested for; debug builds assert them). A record without raw
+  // results is legal: its id is "" and its severity 0.
 
   // FWDObservations()
   //
@@ -192,7 +204,8 @@ class VESK_API UtilityFunctions {
   //
   // One line for an issue's node groups: merged ranges when no group holds
   // two names, otherwise parenthesised tuples joined by ", ".
-  std::string get_node_string(std::vector<std::vector<std::string>> node_groups);
+  std::string get_node_string(
+      std::vector<std::vector<std::string>> node_groups);
 
   // get_node_string_merge()
   //

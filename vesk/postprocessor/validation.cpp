@@ -19,6 +19,7 @@
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
 #include "vesk/postprocessor/detail/fwd_index.hpp"
+#include "vesk/postprocessor/detail/report_text.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
 namespace vesk {
@@ -59,7 +60,7 @@ int UtilityFunctions::print_validation(PostprocessorExtensionData const& data) {
     buffer << (observations.empty() ? "PASS\n\n" : "FAIL\n\n");
   }
   if (!listed) return 0;
-  buffer << std::string(80, '-');
+  buffer << detail::kRuleLine;
 
   {
     log::OutputLog log(log::OutputLog::NO_COLOR);

@@ -22,6 +22,10 @@
 // PopulateFWD itself may grow (a "" row); the index notices a changed table
 // and rebuilds. sorted_outputs and the mapping tables must not change while
 // an FwdIndex lives.
+//
+// Preconditions: sorted_outputs, observation_signs and diagnosis_observations
+// exist, and the groups hold no null records. A record without raw results
+// is legal: its id is "" and its severity 0.
 
 #ifndef VESK_POSTPROCESSOR_DETAIL_FWD_INDEX_HPP_
 #define VESK_POSTPROCESSOR_DETAIL_FWD_INDEX_HPP_
@@ -38,7 +42,7 @@
 #include <vector>
 
 #include "vesk/common/analysis_output.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 
 namespace vesk {
@@ -86,7 +90,8 @@ class FwdIndex {
   int severity_value(int severity);
   DiagnosisGroup const& diagnosis_group(unsigned key,
                                         std::vector<CollapsedPtr> const& group);
-  void write_observation_error() const;
+  // The observation error line for the first unmapped observation.
+  void write_unmapped_error() const;
 
   postprocessor::PostprocessorExtensionData const& data_;
   Table table_;  // the band table the scan was made with

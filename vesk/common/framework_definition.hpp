@@ -1,19 +1,12 @@
 // vesk postprocessor. Licensed under the Apache License, Version 2.0.
 //
-// File: fwd.hpp
+// File: framework_definition.hpp
 //
-// Group keys and framework definitions.
-//
-// A group key is a std::bitset<5>: bits 0 and 1 hold the result kind
-// (vesk::postprocessor::Type; 3 = all observations), bits 2 and 3 the
-// severity band (vesk::postprocessor::Severity: 4 warning, 8 critical) and
-// bit 4 (16) the upper side of the severity threshold, whose results make
-// the run FAIL. CompareBitset orders keys by their numeric value.
-//
-// A framework definition (Fwd) is one rule set of the analysis. Definitions
-// form a tree through FwdNode: a node holds branches, each branch a list of
-// child nodes, each child node one child definition. FWDAttributes holds all
-// definitions by name, plus the host's own views of the tree.
+// Framework definitions. A framework definition (Fwd) is one rule set of the
+// analysis. Definitions form a tree through FwdNode: a node holds branches,
+// each branch a list of child nodes, each child node one child definition.
+// FWDAttributes holds all definitions by name, plus the host's own views of
+// the tree. A definition's counts are kept per group key (group_key.hpp).
 //
 // Example:
 //
@@ -24,8 +17,8 @@
 //   config.fwd_attributes->fwds[cpu->name] = cpu;
 //   config.fwd_attributes->fwd_name_order.push_back(cpu->name);
 
-#ifndef VESK_COMMON_FWD_HPP_
-#define VESK_COMMON_FWD_HPP_
+#ifndef VESK_COMMON_FRAMEWORK_DEFINITION_HPP_
+#define VESK_COMMON_FRAMEWORK_DEFINITION_HPP_
 
 #include <bitset>
 #include <map>
@@ -34,17 +27,9 @@
 #include <string>
 #include <vector>
 
-namespace vesk {
+#include "vesk/common/group_key.hpp"
 
-// CompareBitset
-//
-// Orders group keys by their value as an unsigned number, so every map keyed
-// by a group key iterates from key 0 upward.
-struct CompareBitset {
-  bool operator()(std::bitset<5> const& a, std::bitset<5> const& b) const {
-    return a.to_ulong() < b.to_ulong();
-  }
-};
+namespace vesk {
 
 struct Fwd;
 
@@ -86,4 +71,4 @@ struct FWDAttributes {
 
 }  // namespace vesk
 
-#endif  // VESK_COMMON_FWD_HPP_
+#endif  // VESK_COMMON_FRAMEWORK_DEFINITION_HPP_
