@@ -252,17 +252,15 @@ int console_width(int fd) {
   return size.ws_col;
 }
 
-// Loads the document, prints the report.
+// Loads the document, prints the report. The document's warnings go to
+// `warnings`.
 Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
-                   std::ostream& err, std::string& label) {
+                   std::ostream& warnings, std::string& label) {
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
 
-  // Warnings are held back until the document has loaded, so that a bad
-  // document gives exactly one line on standard error.
   Config config;
   LoadedSettings settings;
-  std::ostringstream warnings;
   if (options.demo) {
     label = kDemoLabel;
     load_text(std::string_view(reinterpret_cast<char const*>(kDemoDocument),
@@ -273,7 +271,6 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     label = path == "-" ? kStdinLabel : path;
     load_file(path, label, config, settings, warnings);
   }
-  err << warnings.str();
   if (options.threshold) config.severity_threshold = *options.threshold;
   if (options.log_level) settings.log_level = options.log_level;
 
@@ -335,8 +332,12 @@ int run(std::vector<std::string> const& args, std::ostream& out,
   LogSettingsGuard log_settings;
   std::string label;
   std::optional<Outcome> outcome;
+  // The document's warnings are held back until the report has been
+  // written, so that bad input or a report that cannot be written gives
+  // exactly one line on standard error: the warnings go with the run.
+  std::ostringstream warnings;
   try {
-    outcome = run_report(args, out, err, label);
+    outcome = run_report(args, out, warnings, label);
   } catch (...) {
     err << one_line(error_line(std::current_exception(), label)) << "\n";
   }
@@ -350,6 +351,7 @@ int run(std::vector<std::string> const& args, std::ostream& out,
            "report, but writing failed\n";
     return kExitBadInput;
   }
+  err << warnings.str();
   switch (*outcome) {
     case Outcome::kInfoShown:
     case Outcome::kPassed:

@@ -39,9 +39,11 @@ inline constexpr int kExitUnmapped = 3;
 //
 // Runs vesk-report with the command line `args` (without the program name).
 // The report, --help and --version go to `out`; usage and input errors and
-// warnings go to `err`. The library's own mapping error lines go to
-// std::cerr whatever `err` is. `out` is registered with the output log's
-// sink for the run and removed again afterwards. Returns the exit status.
+// warnings go to `err`, the warnings only once the report has been written
+// (when it cannot be, the one line saying so replaces them). The library's own
+// mapping error lines go to std::cerr whatever `err` is. `out` is registered
+// with the output log's sink for the run and removed again afterwards. Returns
+// the exit status.
 int run(std::vector<std::string> const& args, std::ostream& out,
         std::ostream& err);
 

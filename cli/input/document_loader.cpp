@@ -28,6 +28,9 @@ namespace vesk {
 namespace cli {
 namespace {
 
+static_assert(kMaxInputSize == simdjson::SIMDJSON_MAXSIZE_BYTES,
+              "inputs are bounded by what the parser takes");
+
 using simdjson::error_code;
 namespace ondemand = simdjson::ondemand;
 
@@ -192,9 +195,8 @@ std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
 }
 
 void DocumentLoader::load_definition(ondemand::value value) {
-  // The definition's place counts the definitions read so far, as the
-  // error texts always have (the same as the key path unless the document
-  // repeats the key "framework_definitions").
+  // The definition's place counts the definitions read so far, the same
+  // as its key path (the key "framework_definitions" is met only once).
   DefinitionRecord record;
   record.place =
       "framework_definitions[" + std::to_string(definitions_.size()) + "]";

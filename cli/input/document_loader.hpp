@@ -13,7 +13,8 @@
 // numbers must fit in 32 bits).
 //
 // Problems that do not stop the run (a severity outside 0..100, a key that
-// is not known) are written as warnings, one line each, to `warn`.
+// is not known) are written as warnings, one line each, to `warn`: at most
+// JsonReader::kMaxWarnings lines, then one saying how many more there were.
 //
 // Example:
 //

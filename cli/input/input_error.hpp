@@ -11,7 +11,8 @@
 //
 //   throw vesk::cli::InputError("observations[3].severity",
 //                               "expected an integer");
-//   vesk::cli::one_line("a\nb\x1b");  // "a\\nb\\x1b"
+//   vesk::cli::one_line("a\nb\x1b");           // "a\\nb\\x1b"
+//   vesk::cli::visible_controls("a\nb\x1b");  // "a\nb\\x1b"
 
 #ifndef VESK_CLI_INPUT_INPUT_ERROR_HPP_
 #define VESK_CLI_INPUT_INPUT_ERROR_HPP_
@@ -37,12 +38,31 @@ class InputError : public std::runtime_error {
   std::string place;
 };
 
+// Control characters
+//
+// A control character is a byte 0x00 to 0x1f, DEL (0x7f), or a code point
+// U+0080 to U+009F (bytes 0xc2 0x80 to 0xc2 0x9f in UTF-8), which some
+// terminals also obey. Written as an escape it becomes visible text: CR is
+// \r, the other bytes \xHH (\x1b for ESC), U+0080 to U+009F \uHHHH
+// (\u009b); line feed and tab are \n and \t where they are escaped at
+// all.
+
 // one_line()
 //
-// `text` with its control characters written as escapes (\n, \t, \x1b),
-// so that a message naming a key, a value or a file keeps to one line and
-// cannot drive the terminal.
+// `text` with every control character written as an escape (\n, \t,
+// \x1b), so that a message naming a key, a value or a file keeps to one
+// line and cannot drive the terminal.
 std::string one_line(std::string_view text);
+
+// visible_controls()
+//
+// `text` with every control character but line feed and tab written as an
+// escape: what the host makes of each string it reads, so that no output
+// passes a document's control characters to a terminal, and every output
+// shows the same text. Text without such characters comes back as it is.
+//
+//   visible_controls("a\x1b[31mb\n")  // "a\\x1b[31mb\n"
+std::string visible_controls(std::string text);
 
 }  // namespace cli
 }  // namespace vesk

@@ -22,6 +22,10 @@ namespace {
 using simdjson::error_code;
 namespace ondemand = simdjson::ondemand;
 
+// The size of the reader's own buffer for decoding strings; a longer
+// string is decoded straight into its result.
+constexpr std::size_t kScratchSize = 64 << 10;
+
 // -?(0|[1-9][0-9]*)(.[0-9]+)?([eE][+-]?[0-9]+)?
 bool is_json_number(std::string_view token) {
   std::size_t i = 0;
@@ -88,24 +92,6 @@ std::size_t first_invalid_utf8(std::string_view text) {
   return n;
 }
 
-void append_utf8(std::uint32_t code, std::string& text) {
-  if (code < 0x80) {
-    text += static_cast<char>(code);
-  } else if (code < 0x800) {
-    text += static_cast<char>(0xC0 | (code >> 6));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  } else if (code < 0x10000) {
-    text += static_cast<char>(0xE0 | (code >> 12));
-    text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  } else {
-    text += static_cast<char>(0xF0 | (code >> 18));
-    text += static_cast<char>(0x80 | ((code >> 12) & 0x3F));
-    text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-    text += static_cast<char>(0x80 | (code & 0x3F));
-  }
-}
-
 void blank_byte_order_mark(char* bytes, std::size_t size) {
   if (size >= 3 && std::memcmp(bytes, "\xEF\xBB\xBF", 3) == 0) {
     std::memset(bytes, ' ', 3);
@@ -165,6 +151,26 @@ void JsonReader::finish() {
     throw InputError(location(), "expected the end of the document");
   }
   walking_ = false;
+  if (warnings_ > kMaxWarnings) {
+    std::size_t const more = warnings_ - kMaxWarnings;
+    warn_ << one_line("vesk-report: " + label_ +
+                      ": warning: " + std::to_string(more) +
+                      (more == 1 ? " more warning" : " more warnings") +
+                      " not shown")
+          << "\n";
+  }
+}
+
+bool JsonReader::KeySet::insert(std::string_view key) {
+  if (many_.empty()) {
+    if (std::find(few_.begin(), few_.end(), key) != few_.end()) return false;
+    if (few_.size() < kListed) {
+      few_.emplace_back(key);
+      return true;
+    }
+    many_.insert(few_.begin(), few_.end());
+  }
+  return many_.emplace(key).second;
 }
 
 void JsonReader::fail(std::string const& what) const {
@@ -241,7 +247,8 @@ void JsonReader::release_read_part() {
   released_ = until;
 }
 
-void JsonReader::warn(std::string const& what) const {
+void JsonReader::warn(std::string const& what) {
+  if (++warnings_ > kMaxWarnings) return;
   warn_ << one_line("vesk-report: " + label_ + ":" + path_ +
                     ": warning: " + what)
         << "\n";
@@ -290,95 +297,35 @@ void JsonReader::check_value(ondemand::value value) {
 }
 
 std::string JsonReader::get_string(ondemand::value value) {
+  // The token runs from the opening quote to the next structural
+  // character, so it is at least as long as the string decoded; the
+  // parser writes up to its padding past the end of what it decodes.
+  std::string_view const token = value.raw_json_token();
   ondemand::raw_json_string raw;
   if (error_code e = value.get_raw_json_string().get(raw)) {
     fail_json(e, "a string");
   }
-  char const* pos = reinterpret_cast<char const*>(raw.raw());
-  char const* const end = text_.data() + text_.size();
+  std::size_t const room = token.size() + simdjson::SIMDJSON_PADDING;
   std::string text;
-  for (;;) {
-    auto const* quote = static_cast<char const*>(
-        std::memchr(pos, '"', static_cast<std::size_t>(end - pos)));
-    if (quote == nullptr) fail("expected a closed string");
-    auto const* escape = static_cast<char const*>(
-        std::memchr(pos, '\\', static_cast<std::size_t>(quote - pos)));
-    if (escape == nullptr) {
-      text.append(pos, quote);
-      return text;
-    }
-    text.append(pos, escape);
-    pos = unescape(escape, end, text);
+  std::string_view decoded;
+  auto* out = reinterpret_cast<std::uint8_t*>(scratch_.data());
+  if (room > kScratchSize) {
+    // A long string is decoded into its own memory, not copied once more.
+    text.resize(room);
+    out = reinterpret_cast<std::uint8_t*>(text.data());
+  } else if (scratch_.size() < room) {
+    scratch_.resize(kScratchSize);
+    out = reinterpret_cast<std::uint8_t*>(scratch_.data());
   }
-}
-
-// Decodes the escape at `escape` (a backslash) onto `text`; returns the
-// position after it.
-char const* JsonReader::unescape(char const* escape, char const* end,
-                                 std::string& text) const {
-  if (end - escape < 2) fail("expected a valid escape in a string");
-  switch (escape[1]) {
-    case '"':
-    case '\\':
-    case '/':
-      text += escape[1];
-      return escape + 2;
-    case 'b':
-      text += '\b';
-      return escape + 2;
-    case 'f':
-      text += '\f';
-      return escape + 2;
-    case 'n':
-      text += '\n';
-      return escape + 2;
-    case 'r':
-      text += '\r';
-      return escape + 2;
-    case 't':
-      text += '\t';
-      return escape + 2;
-    case 'u':
-      break;
-    default:
-      fail("expected a valid escape in a string");
-  }
-  std::uint32_t code = hex4(escape + 2, end);
-  char const* next = escape + 6;
-  if (code >= 0xD800 && code <= 0xDBFF) {
-    if (end - next < 6 || next[0] != '\\' || next[1] != 'u') {
-      fail("expected a valid escape in a string");
-    }
-    std::uint32_t const low = hex4(next + 2, end);
-    if (low < 0xDC00 || low > 0xDFFF) {
-      fail("expected a valid escape in a string");
-    }
-    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
-    next += 6;
-  } else if (code >= 0xDC00 && code <= 0xDFFF) {
+  if (parser_.unescape(raw, out).get(decoded) != simdjson::SUCCESS) {
     fail("expected a valid escape in a string");
   }
-  append_utf8(code, text);
-  return next;
-}
-
-std::uint32_t JsonReader::hex4(char const* digits, char const* end) const {
-  if (end - digits < 4) fail("expected a valid escape in a string");
-  std::uint32_t code = 0;
-  for (int i = 0; i < 4; ++i) {
-    char const c = digits[i];
-    code <<= 4;
-    if (c >= '0' && c <= '9') {
-      code |= static_cast<std::uint32_t>(c - '0');
-    } else if (c >= 'a' && c <= 'f') {
-      code |= static_cast<std::uint32_t>(c - 'a' + 10);
-    } else if (c >= 'A' && c <= 'F') {
-      code |= static_cast<std::uint32_t>(c - 'A' + 10);
-    } else {
-      fail("expected a valid escape in a string");
-    }
+  if (room > kScratchSize) {
+    text.resize(decoded.size());
+  } else {
+    text.assign(decoded);
   }
-  return code;
+  return visible_controls(std::move(text));
 }
 
 bool JsonReader::get_bool(ondemand::value value) {

@@ -7,13 +7,15 @@
 // reader keeps the current key path ("observations[3].nodes[0]") while the
 // caller walks, so a problem names the place it was found; values are taken
 // by get_* helpers that either return them or throw InputError naming that
-// place (a wrong type) or the line and column (broken JSON). Strings are
-// decoded straight from the input, and UTF-8 is checked and written here
-// and nowhere else in the host.
+// place (a wrong type) or the line and column (broken JSON). Strings and
+// keys are decoded by the parser (in time linear in their length), and the
+// control characters in them made visible escapes (visible_controls()), here
+// and nowhere else in the host. A key met twice in one object is an error.
 //
 // A caller knows the shape it expects (which keys, which types); the reader
 // knows JSON. Keys the caller does not know go to unknown_key(), which
-// warns and still checks that the value is valid JSON.
+// warns and still checks that the value is valid JSON. After kMaxWarnings
+// warning lines, the rest are only counted, and finish() says how many.
 //
 // Example:
 //
@@ -39,6 +41,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -56,11 +59,6 @@ namespace cli {
 // count as invalid), or text.size() when all of it is valid.
 std::size_t first_invalid_utf8(std::string_view text);
 
-// append_utf8()
-//
-// Appends code point `code` (at most U+10FFFF) to `text` in UTF-8.
-void append_utf8(std::uint32_t code, std::string& text);
-
 // blank_byte_order_mark()
 //
 // Some editors start a UTF-8 file with a byte order mark, which JSON does
@@ -72,7 +70,8 @@ void blank_byte_order_mark(char* bytes, std::size_t size);
 //
 // One JSON input, walked once. `text` is the input (its bytes stay owned by
 // the caller), `label` names it in warnings, which go to `warn` one line
-// each ("vesk-report: <label>:<key path>: warning: <what>").
+// each ("vesk-report: <label>:<key path>: warning: <what>"), at most
+// kMaxWarnings of them.
 //
 // With `releasable`, the input's bytes lie in memory of their own (an
 // anonymous mapping), and the part already read is given back to the
@@ -96,7 +95,9 @@ class JsonReader {
   // finish()
   //
   // Ends the walk; throws InputError when anything but blanks follows the
-  // top value. Later errors name the end of the input.
+  // top value. Later errors name the end of the input. When warnings were
+  // left out, writes one more line saying how many ("vesk-report: <label>:
+  // warning: 5 more warnings not shown").
   void finish();
 
   // The key path of the value being read ("" at the top).
@@ -117,8 +118,13 @@ class JsonReader {
 
   // warn()
   //
-  // Writes one warning line naming the current key path.
-  void warn(std::string const& what) const;
+  // Writes one warning line naming the current key path; after
+  // kMaxWarnings lines, only counts it.
+  void warn(std::string const& what);
+
+  // How many warning lines one input may write; a document with a million
+  // unknown keys must not bury its report under a million lines.
+  static constexpr std::size_t kMaxWarnings = 20;
 
   // unknown_key()
   //
@@ -139,9 +145,10 @@ class JsonReader {
 
   // get_string()
   //
-  // The decoded string. Strings are decoded straight from the input into
-  // the result, not through the parser's string buffer, which would grow
-  // by every string of the input (as much again as the file, on a big one).
+  // The decoded string, its control characters made visible escapes. Strings
+  // are decoded from the input into memory of the reader's own, not into
+  // the parser's string buffer, which would grow by every string of the
+  // input (as much again as the file, on a big one).
   std::string get_string(simdjson::ondemand::value value);
 
   bool get_bool(simdjson::ondemand::value value);
@@ -188,8 +195,13 @@ class JsonReader {
     for_each_member(object, std::forward<Each>(each));
   }
 
+  //
+  // `key` is decoded, its control characters made visible escapes; a key
+  // met twice in the object throws InputError{path to the key, "expected
+  // each key once in an object, found \"<key>\" again"}.
   template <typename Each>
   void for_each_member(simdjson::ondemand::object& object, Each&& each) {
+    KeySet seen;
     for (auto member : object) {
       simdjson::ondemand::field field;
       if (simdjson::error_code e = std::move(member).get(field)) {
@@ -199,8 +211,15 @@ class JsonReader {
       if (simdjson::error_code e = field.unescaped_key().get(key)) {
         fail_json(e, "a key");
       }
-      std::string const key_text(key);
+      // Keys are told apart as written, before their control characters
+      // are made visible.
+      bool const first = seen.insert(key);
+      std::string const key_text = visible_controls(std::string(key));
       PathScope scope(path_, key_text);
+      if (!first) {
+        fail("expected each key once in an object, found \"" + key_text +
+             "\" again");
+      }
       each(key_text, field.value());
     }
   }
@@ -220,12 +239,22 @@ class JsonReader {
     std::size_t size_;
   };
 
+  // The keys met in one object. Most objects have a few keys, compared
+  // in a list; an object with many keys gets a hash set.
+  class KeySet {
+   public:
+    // False when `key` was there already.
+    bool insert(std::string_view key);
+
+   private:
+    static constexpr std::size_t kListed = 16;
+    std::vector<std::string> few_;
+    std::unordered_set<std::string> many_;
+  };
+
   std::string position(std::size_t offset) const;
   std::string location() const;
   void release_read_part();
-  char const* unescape(char const* escape, char const* end,
-                       std::string& text) const;
-  std::uint32_t hex4(char const* digits, char const* end) const;
 
   bool releasable_;
   std::size_t released_ = 0;
@@ -240,6 +269,9 @@ class JsonReader {
   mutable simdjson::ondemand::document doc_;
   bool walking_ = false;  // doc_ is the input being walked
   std::string path_;
+  std::size_t warnings_ = 0;  // warnings met, written or not
+  // Where strings are decoded before they are copied out (most are short).
+  std::string scratch_;
 };
 
 }  // namespace cli

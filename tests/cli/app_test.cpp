@@ -5,17 +5,21 @@
 // vesk-report run in-process: the command line, the bad input corpus of
 // tests/cli/bad/ (each fatal case gives exit status 2, exactly one line on
 // standard error and nothing on standard output), the warnings that let a
-// run go on, and documents too big or too deep to keep in the repository.
+// run go on, documents too big or too deep to keep in the repository, and
+// hostile inputs: endless devices, control characters, floods of warnings.
 
 #include "cli/app.hpp"
 
+#include <fcntl.h>
 #include <pty.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -255,6 +259,34 @@ TEST(App, BadInputCorpusGivesOneLineAndStatusTwo) {
       // Warnings met before the error are dropped with the document.
       {"warning-then-error.json",
        "warning-then-error.json:observations[1].id: expected a string"},
+      // A key met twice in one object, wherever the object is.
+      {"duplicate-key.json",
+       "duplicate-key.json:nodes: expected each key once in an object, "
+       "found \"nodes\" again"},
+      {"duplicate-key-escaped.json",
+       "duplicate-key-escaped.json:nodes: expected each key once in an "
+       "object, found \"nodes\" again"},
+      {"duplicate-key-output.json",
+       "duplicate-key-output.json:observations[0].severity: expected each "
+       "key once in an object, found \"severity\" again"},
+      {"duplicate-key-node.json",
+       "duplicate-key-node.json:nodes[1].name: expected each key once in an "
+       "object, found \"name\" again"},
+      {"duplicate-key-definition.json",
+       "duplicate-key-definition.json:framework_definitions[0].title: "
+       "expected each key once in an object, found \"title\" again"},
+      {"duplicate-key-map.json",
+       "duplicate-key-map.json:observation_signs.x: expected each key once "
+       "in an object, found \"x\" again"},
+      {"duplicate-key-nested-map.json",
+       "duplicate-key-nested-map.json:nested_map.a.b: expected each key "
+       "once in an object, found \"b\" again"},
+      {"duplicate-key-unknown.json",
+       "duplicate-key-unknown.json:colour.r: expected each key once in an "
+       "object, found \"r\" again"},
+      {"duplicate-key-control.json",
+       "duplicate-key-control.json:a\\x1b: expected each key once in an "
+       "object, found \"a\\x1b\" again"},
   };
   for (auto const& c : cases) {
     RunResult const result = run_in(kBadDir, {"--width", "80", c.file});
@@ -320,6 +352,152 @@ TEST(App, ReportThatCannotBeWrittenGivesStatusTwo) {
   EXPECT_EQ(err.str(),
             "vesk-report: standard output: expected to be able to write the "
             "report, but writing failed\n");
+}
+
+// The warnings are written only once the report has been; when it cannot
+// be, the one line saying so replaces them.
+TEST(App, WarningsAndUnwritableReportGiveOneLine) {
+  std::ostream out(nullptr);  // every write fails
+  std::ostringstream err;
+  auto const saved = std::filesystem::current_path();
+  std::filesystem::current_path(kBadDir);
+  int const status = run({"--width", "80", "unknown-keys.json"}, out, err);
+  std::filesystem::current_path(saved);
+  EXPECT_EQ(status, kExitBadInput);
+  EXPECT_EQ(err.str(),
+            "vesk-report: standard output: expected to be able to write the "
+            "report, but writing failed\n");
+}
+
+// Control characters of the document other than line feed and tab reach
+// the report as visible escapes: C0 bytes and DEL as \xHH (CR as \r), the
+// code points U+0080 to U+009F as \uHHHH.
+TEST(App, ControlCharactersInTheReportAreEscaped) {
+  TempFile const file("control.json");
+  file.write(R"({"nodes": ["n\u001b1"],
+    "observations": [{"id": "x\u001b[2J",
+      "message": "bell\u0007 cr\r del\u007f raw)"
+             "\x7f"
+             R"( c1\u009b raw)"
+             "\xC2\x9B"
+             R"( tab\t",
+      "remedy": "r\u001b]0;t\u0007", "severity": 80, "nodes": ["n\u001b1"]}],
+    "observation_signs": {"x\u001b[2J": ["/fwd/a\u001b.xml"]},
+    "framework_definitions": [{"name": "/fwd/a\u001b.xml",
+      "title": "T\u001bitle", "rules": ["x\u001b[2J"]}]})");
+  RunResult const result = run_in(kInputDir, {"--width", "0", file.path()});
+  EXPECT_EQ(result.status, kExitPassed);
+  EXPECT_EQ(result.err, "");
+  for (std::string const line :
+       {"\n1. x\\x1b[2J (appears on 1 node)\n",
+        "\n   Message: bell\\x07 cr\\r del\\x7f raw\\x7f c1\\u009b "
+        "raw\\u009b tab\t\n",
+        "\n   Remedy: r\\x1b]0;t\\x07\n", "\n   Nodes: n\\x1b1\n",
+        "\n   Framework Definition: a\\x1b\n", "\nNodes tested: n\\x1b1\n",
+        "\nT\\x1bitle: FAIL\n"}) {
+    EXPECT_NE(result.out.find(line), std::string::npos) << line;
+  }
+  EXPECT_EQ(result.out.find_first_of("\x1b\x07\r\x7f"), std::string::npos);
+  EXPECT_EQ(result.out.find("\xC2\x9B"), std::string::npos);
+}
+
+// A document drawing a hundred thousand warnings writes twenty, then one
+// line.
+TEST(App, WarningsStopAfterTwentyLines) {
+  TempFile const file("many-warnings.json");
+  std::string text = "{\"nodes\": [\"n1\"]";
+  for (int i = 0; i < 100000; ++i) {
+    text += ", \"k" + std::to_string(i) + "\": 0";
+  }
+  file.write(text + "}");
+  RunResult const result = run_in(kInputDir, {"--width", "0", file.path()});
+  EXPECT_EQ(result.status, kExitPassed);
+  std::string expected;
+  for (int i = 0; i < 20; ++i) {
+    expected += "vesk-report: " + file.path() + ":k" + std::to_string(i) +
+                ": warning: unknown key ignored\n";
+  }
+  expected += "vesk-report: " + file.path() +
+              ": warning: 99980 more warnings not shown\n";
+  EXPECT_EQ(result.err, expected);
+}
+
+// A file whose size the system gives as 0 is read to its end.
+TEST(App, ZeroSizeProcFileIsRead) {
+  RunResult const result = run_in(kInputDir, {"/proc/self/status"});
+  EXPECT_EQ(result.status, kExitBadInput);
+  EXPECT_EQ(result.out, "");
+  // Its first line is "Name:\t...", which is not a JSON object.
+  EXPECT_EQ(result.err,
+            "vesk-report: /proc/self/status:1:1: expected a JSON object\n");
+}
+
+// Runs the program with `path` on standard input; returns the result and
+// how long the run took, in seconds.
+RunResult run_on_stdin(std::string const& path, double& seconds) {
+  int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  int const saved = ::dup(STDIN_FILENO);
+  ::dup2(fd, STDIN_FILENO);
+  ::close(fd);
+  auto const start = std::chrono::steady_clock::now();
+  std::ostringstream out;
+  std::ostringstream err;
+  int const status = run({"-"}, out, err);
+  seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
+  ::dup2(saved, STDIN_FILENO);
+  ::close(saved);
+  return {status, out.str(), err.str()};
+}
+
+// Endless devices end the run at once (they used to be read until memory
+// ran out): no JSON document holds a NUL byte, nor starts with anything
+// but blanks and "{".
+TEST(App, EndlessDevicesAreRefusedAtOnce) {
+  auto const start = std::chrono::steady_clock::now();
+  RunResult const zero = run_in(kInputDir, {"/dev/zero"});
+  EXPECT_EQ(zero.status, kExitBadInput);
+  EXPECT_EQ(zero.out, "");
+  EXPECT_EQ(zero.err,
+            "vesk-report: /dev/zero:1:1: expected JSON text, found a NUL "
+            "byte\n");
+
+  RunResult const random = run_in(kInputDir, {"/dev/urandom"});
+  EXPECT_EQ(random.status, kExitBadInput);
+  EXPECT_EQ(random.out, "");
+  // Where random bytes first show they are no document is random.
+  EXPECT_TRUE(std::regex_match(
+      random.err,
+      std::regex("vesk-report: /dev/urandom:[0-9]+:[0-9]+: expected (a JSON "
+                 "object|JSON text, found a NUL byte)\n")))
+      << random.err;
+  double const seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start)
+          .count();
+  EXPECT_LT(seconds, 5.0);
+
+  double stdin_seconds = 0;
+  RunResult const piped = run_on_stdin("/dev/zero", stdin_seconds);
+  EXPECT_EQ(piped.status, kExitBadInput);
+  EXPECT_EQ(piped.out, "");
+  EXPECT_EQ(piped.err,
+            "vesk-report: (standard input):1:1: expected JSON text, found a "
+            "NUL byte\n");
+  EXPECT_LT(stdin_seconds, 5.0);
+}
+
+// A file over the parser's 4 GiB is refused from its size, unread.
+TEST(App, FileOverFourGibibytesIsRefusedUnread) {
+  TempFile const file("huge.json");
+  file.write("{");
+  ASSERT_EQ(::truncate(file.path().c_str(), 5LL << 30), 0);  // sparse
+  RunResult const result = run_in(kInputDir, {file.path()});
+  EXPECT_EQ(result.status, kExitBadInput);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "vesk-report: " + file.path() +
+                            ": expected at most 4294967295 bytes of input, "
+                            "found 5368709120 bytes\n");
 }
 
 TEST(App, LogLevelOptionWinsOverDocument) {

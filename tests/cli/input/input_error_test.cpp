@@ -1,0 +1,64 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: input_error_test.cpp
+//
+// The escaping of control characters: one_line() for the error and warning
+// lines, visible_controls() for every string read from an input.
+
+#include "cli/input/input_error.hpp"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+struct Case {
+  std::string text;
+  std::string escaped;
+};
+
+TEST(OneLine, ApiExamples) {
+  EXPECT_EQ(one_line("a\nb\x1b"), "a\\nb\\x1b");
+  EXPECT_EQ(visible_controls("a\nb\x1b"), "a\nb\\x1b");
+}
+
+TEST(OneLine, EscapesEveryControlCharacter) {
+  std::vector<Case> const cases = {
+      {"plain text", "plain text"},
+      {"", ""},
+      {std::string("a\0b", 3), "a\\x00b"},
+      {"\t\n\r", "\\t\\n\\r"},
+      {"\x07\x08\x0c\x1f", "\\x07\\x08\\x0c\\x1f"},
+      {"del\x7f", "del\\x7f"},
+      {"c1\xC2\x80\xC2\x9B\xC2\x9F", "c1\\u0080\\u009b\\u009f"},
+      {"nbsp\xC2\xA0 \xC3\xA9", "nbsp\xC2\xA0 \xC3\xA9"},  // not controls
+      {"cut\xC2", "cut\xC2"},
+  };
+  for (auto const& c : cases) {
+    EXPECT_EQ(one_line(c.text), c.escaped) << c.text;
+  }
+}
+
+TEST(VisibleControls, KeepsLineFeedAndTab) {
+  std::vector<Case> const cases = {
+      {"plain text", "plain text"},
+      {"two\nlines\tand a tab", "two\nlines\tand a tab"},
+      {"\x1b[31mred\x1b[0m", "\\x1b[31mred\\x1b[0m"},
+      {"bell\x07 cr\r del\x7f", "bell\\x07 cr\\r del\\x7f"},
+      {"csi\xC2\x9B"
+       "2J",
+       "csi\\u009b2J"},
+      {std::string("nul\0", 4), "nul\\x00"},
+  };
+  for (auto const& c : cases) {
+    EXPECT_EQ(visible_controls(c.text), c.escaped) << c.text;
+  }
+}
+
+}  // namespace
+}  // namespace cli
+}  // namespace vesk
