@@ -57,6 +57,9 @@ using postprocessor::UtilityFunctions;
 constexpr char const* kDemoLabel = "demo-cluster.json";
 constexpr char const* kStdinLabel = "(standard input)";
 
+// Set by leave_results_at_exit().
+bool g_leave_results_at_exit = false;
+
 // A command line that cannot be run.
 class UsageError : public std::runtime_error {
  public:
@@ -260,7 +263,10 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
 
   // Warnings are held back until the document has loaded, so that a bad
   // document gives exactly one line on standard error.
-  Config config;
+  // The Config and the output data are held through pointers, so that the
+  // last run of a process can leave them to its exit (leave_results_at_exit).
+  auto config_holder = std::make_unique<Config>();
+  Config& config = *config_holder;
   LoadedSettings settings;
   std::ostringstream warnings;
   if (options.demo) {
@@ -281,7 +287,18 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     ::openlog("vesk-report", LOG_PID, LOG_USER);
     log::LOG_OUTPUT = 1;
   }
-  PostprocessorExtensionData data;
+  auto data_holder = std::make_unique<PostprocessorExtensionData>();
+  PostprocessorExtensionData& data = *data_holder;
+  struct LeaveAtExit {
+    std::unique_ptr<Config>& config;
+    std::unique_ptr<PostprocessorExtensionData>& data;
+    ~LeaveAtExit() {
+      if (!g_leave_results_at_exit) return;
+      // Reclaimed by the process's exit, not block by block.
+      (void)data.release();
+      (void)config.release();
+    }
+  } const leave_at_exit{config_holder, data_holder};
   if (settings.log_level) {
     data.log_level = *settings.log_level;
     log::LOG_LEVEL = log_levels.at(*settings.log_level);
@@ -329,6 +346,8 @@ std::string error_line(std::exception_ptr const& error,
 }
 
 }  // namespace
+
+void leave_results_at_exit(bool leave) { g_leave_results_at_exit = leave; }
 
 int run(std::vector<std::string> const& args, std::ostream& out,
         std::ostream& err) {
