@@ -9,7 +9,6 @@
 
 #include "cli/app.hpp"
 
-#include <sys/ioctl.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -34,6 +33,7 @@
 #include "cli/input/document_loader.hpp"
 #include "cli/output/text_writer.hpp"
 #include "vesk/common/config.hpp"
+#include "vesk/common/util.hpp"
 #include "vesk/common/vocabulary.hpp"
 #include "vesk/log/error_log.hpp"
 #include "vesk/log/output_log.hpp"
@@ -56,6 +56,9 @@ using postprocessor::UtilityFunctions;
 
 constexpr char const* kDemoLabel = "demo-cluster.json";
 constexpr char const* kStdinLabel = "(standard input)";
+
+// Set by leave_results_at_exit().
+bool g_leave_results_at_exit = false;
 
 // A command line that cannot be run.
 class UsageError : public std::runtime_error {
@@ -246,12 +249,6 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   return true;
 }
 
-int console_width(int fd) {
-  struct winsize size {};
-  if (::ioctl(fd, TIOCGWINSZ, &size) != 0) return 0;
-  return size.ws_col;
-}
-
 // Loads the document, prints the report. The document's warnings go to
 // `warnings`.
 Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
@@ -259,7 +256,10 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
 
-  Config config;
+  // The Config and the output data are held through pointers, so that the
+  // last run of a process can leave them to its exit (leave_results_at_exit).
+  auto config_holder = std::make_unique<Config>();
+  Config& config = *config_holder;
   LoadedSettings settings;
   if (options.demo) {
     label = kDemoLabel;
@@ -278,7 +278,18 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     ::openlog("vesk-report", LOG_PID, LOG_USER);
     log::LOG_OUTPUT = 1;
   }
-  PostprocessorExtensionData data;
+  auto data_holder = std::make_unique<PostprocessorExtensionData>();
+  PostprocessorExtensionData& data = *data_holder;
+  struct LeaveAtExit {
+    std::unique_ptr<Config>& config;
+    std::unique_ptr<PostprocessorExtensionData>& data;
+    ~LeaveAtExit() {
+      if (!g_leave_results_at_exit) return;
+      // Reclaimed by the process's exit, not block by block.
+      (void)data.release();
+      (void)config.release();
+    }
+  } const leave_at_exit{config_holder, data_holder};
   if (settings.log_level) {
     data.log_level = *settings.log_level;
     log::LOG_LEVEL = log_levels.at(*settings.log_level);
@@ -297,7 +308,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     data.terminal_width = *options.width;
   } else if (data.terminal_width == 0 && &out == &std::cout &&
              ::isatty(STDOUT_FILENO) != 0) {
-    data.terminal_width = console_width(STDOUT_FILENO);
+    data.terminal_width = util::console_width(STDOUT_FILENO);
   }
   unmapped = write_text_report(uf, data) != 0 || unmapped;
   postprocessor::release_links(data);
@@ -326,6 +337,8 @@ std::string error_line(std::exception_ptr const& error,
 }
 
 }  // namespace
+
+void leave_results_at_exit(bool leave) { g_leave_results_at_exit = leave; }
 
 int run(std::vector<std::string> const& args, std::ostream& out,
         std::ostream& err) {

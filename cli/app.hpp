@@ -47,6 +47,14 @@ inline constexpr int kExitUnmapped = 3;
 int run(std::vector<std::string> const& args, std::ostream& out,
         std::ostream& err);
 
+// leave_results_at_exit()
+//
+// For the program's main() only: a run's Config and output data (millions
+// of small heap blocks for a big document) are left to the process's exit
+// instead of being destroyed one by one. Tests that run several reports in
+// one process keep the default (false).
+void leave_results_at_exit(bool leave);
+
 }  // namespace cli
 }  // namespace vesk
 

@@ -12,5 +12,10 @@
 
 int main(int argc, char** argv) {
   std::vector<std::string> const args(argv + (argc > 0 ? 1 : 0), argv + argc);
+#if !defined(__SANITIZE_ADDRESS__)
+  // The leak checker of the address sanitizer build would report what is
+  // left to the exit.
+  vesk::cli::leave_results_at_exit(true);
+#endif
   return vesk::cli::run(args, std::cout, std::cerr);
 }

@@ -31,7 +31,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/document_loader.hpp"
+#include "cli/input/document_loader.hpp"
 #include "vesk/vesk.hpp"
 
 namespace {

@@ -6,12 +6,17 @@
 // parser's padding, the part already walked given back every 4,096 array
 // elements), then every value is walked with simdjson On-Demand: every
 // string (keys included) is unescaped and its length summed, every number
-// and literal is read. The checksum printed keeps the walk from being
-// optimized away and lets two runs be compared.
+// and literal is read, and every string value is copied into a string of
+// its own that is kept to the end, as any loader that keeps the text must
+// (left to the process's exit, as vesk-report leaves its results). The
+// checksum printed
+// keeps the walk from being optimized away and lets two runs be compared.
 //
-//   parse_floor [--mmap] FILE
+//   parse_floor [--views] [--mmap] FILE
 //       // prints "strings N bytes N numbers N checksum N"
 //
+// --views leaves the string values as views into the parser's buffer (no
+// copy, nothing kept): the bare walk, the floor as first measured.
 // --mmap maps the file itself (private, over an anonymous reservation that
 // supplies the padding) instead of reading it: the cost of the copy that
 // read() makes, for comparison.
@@ -27,6 +32,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -51,7 +58,8 @@ struct Totals {
 
 class Walker {
  public:
-  Walker(char* bytes, std::size_t size) : bytes_(bytes), size_(size) {}
+  Walker(char* bytes, std::size_t size, bool copy_strings)
+      : bytes_(bytes), size_(size), copy_strings_(copy_strings) {}
 
   void run(simdjson::padded_string_view json) {
     ondemand::parser parser;
@@ -106,7 +114,13 @@ class Walker {
       case ondemand::json_type::string: {
         std::string_view text;
         if (auto e = value.get_string().get(text)) die("string", e);
-        add_string(text);
+        if (copy_strings_) {
+          // A string of its own per value, kept.
+          kept_->emplace_back(text);
+          add_string(kept_->back());
+        } else {
+          add_string(text);
+        }
         break;
       }
       case ondemand::json_type::number: {
@@ -147,6 +161,9 @@ class Walker {
 
   char* bytes_;
   std::size_t size_;
+  bool copy_strings_;
+  // The copies; never freed (see the file comment).
+  std::deque<std::string>* kept_ = new std::deque<std::string>();
   std::size_t released_ = 0;
   ondemand::document* doc_ = nullptr;
   Totals totals_;
@@ -156,16 +173,19 @@ class Walker {
 
 int main(int argc, char** argv) {
   bool use_mmap = false;
+  bool copy_strings = true;
   char const* path = nullptr;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--mmap") == 0) {
       use_mmap = true;
+    } else if (std::strcmp(argv[i], "--views") == 0) {
+      copy_strings = false;
     } else {
       path = argv[i];
     }
   }
   if (path == nullptr) {
-    std::fprintf(stderr, "usage: parse_floor [--mmap] FILE\n");
+    std::fprintf(stderr, "usage: parse_floor [--views] [--mmap] FILE\n");
     return 2;
   }
   int const fd = ::open(path, O_RDONLY | O_CLOEXEC);
@@ -213,7 +233,7 @@ int main(int argc, char** argv) {
   ::close(fd);
   size = used;
 
-  Walker walker(bytes, size);
+  Walker walker(bytes, size, copy_strings);
   walker.run(simdjson::padded_string_view(bytes, size, capacity));
   Totals const& t = walker.totals();
   std::printf("strings %llu bytes %llu numbers %llu checksum %llu\n",

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -19,6 +20,7 @@
 #include "cli/input/byte_source.hpp"
 #include "cli/input/definition_tree.hpp"
 #include "cli/input/json_reader.hpp"
+#include "cli/input/sliced_loading.hpp"
 #include "vesk/common/vocabulary.hpp"
 #include "vesk/tokenized_host/tokenized_host.hpp"
 
@@ -34,13 +36,19 @@ static_assert(kMaxInputSize == simdjson::SIMDJSON_MAXSIZE_BYTES,
 using simdjson::error_code;
 namespace ondemand = simdjson::ondemand;
 
-// Walks one document into a Config.
+// Walks one document into a Config. With `slices`, the elements of the
+// result arrays are only noted there, to be loaded by load_results().
 class DocumentLoader {
  public:
-  DocumentLoader(JsonReader& json, Config& config, LoadedSettings& settings)
-      : json_(json), config_(config), settings_(settings) {}
+  DocumentLoader(JsonReader& json, Config& config, LoadedSettings& settings,
+                 ArraySlices* slices = nullptr)
+      : json_(json), config_(config), settings_(settings), slices_(slices) {}
 
   void load(simdjson::padded_string_view bytes);
+  // The results of the array `value` onto `results`, numbered from
+  // `first_sequence`.
+  void load_results(ondemand::value value, std::int64_t first_sequence,
+                    std::vector<std::shared_ptr<AnalysisOutput>>& results);
 
  private:
   void load_node(ondemand::value value);
@@ -54,6 +62,7 @@ class DocumentLoader {
   JsonReader& json_;
   Config& config_;
   LoadedSettings& settings_;
+  ArraySlices* slices_;
   // The framework definitions in document order, kept until every
   // definition is known, so children may be named before they are defined.
   std::vector<DefinitionRecord> definitions_;
@@ -87,9 +96,11 @@ void DocumentLoader::load(simdjson::padded_string_view bytes) {
       auto& list = key == "diagnoses"      ? config_.diagnoses
                    : key == "observations" ? config_.observations
                                            : config_.secondary_observations;
-      json_.for_each_element(
-          value, "an array of results",
-          [&](ondemand::value item) { list.push_back(load_output(item)); });
+      if (slices_ != nullptr) {
+        slices_->defer(value, list);
+      } else {
+        load_results(value, sequence_, list);
+      }
     } else if (key == "diagnosis_observations") {
       load_string_lists(value, config_.diagnosis_observations);
     } else if (key == "observation_signs") {
@@ -107,6 +118,15 @@ void DocumentLoader::load(simdjson::padded_string_view bytes) {
   json_.finish();
   link_definition_tree(check_definition_tree(definitions_), fwds_,
                        *config_.fwd_attributes);
+}
+
+void DocumentLoader::load_results(
+    ondemand::value value, std::int64_t first_sequence,
+    std::vector<std::shared_ptr<AnalysisOutput>>& results) {
+  sequence_ = first_sequence;
+  json_.for_each_element(
+      value, "an array of results",
+      [&](ondemand::value item) { results.push_back(load_output(item)); });
 }
 
 // A node: a plain host name, or an object with "hostname" (required),
@@ -292,6 +312,37 @@ void DocumentLoader::check_host(std::string const& name) const {
   }
 }
 
+// Loads a big document with its result arrays in slices (sliced_loading).
+// False when that gave up (bytes.text() may then have been given back in
+// part); `config` and `settings` are then partly filled.
+bool load_in_slices(InputBytes& bytes, std::string const& label, Config& config,
+                    LoadedSettings& settings, std::ostream& warn,
+                    bool& released) {
+  ArraySlices slices(bytes.text(), slicing_settings().elements);
+  std::ostringstream warnings;
+  try {
+    {
+      // The first walk's parser, and its index of the whole document, go
+      // at the end of this block.
+      JsonReader json(bytes.text(), label, warnings, false);
+      DocumentLoader(json, config, settings, &slices)
+          .load(simdjson::padded_string_view(bytes.data(), bytes.size(),
+                                             bytes.capacity()));
+    }
+    slices.load(bytes.data(), bytes.releasable(),
+                [&](JsonReader& json, ondemand::value array,
+                    std::int64_t first_sequence, ArraySlices::Results& list) {
+                  DocumentLoader(json, config, settings)
+                      .load_results(array, first_sequence, list);
+                });
+  } catch (...) {
+    released = slices.released();
+    return false;
+  }
+  warn << warnings.str();
+  return true;
+}
+
 }  // namespace
 
 std::string log_level_names() {
@@ -317,6 +368,21 @@ void load_file(std::string const& path, std::string const& label,
                Config& config, LoadedSettings& settings, std::ostream& warn) {
   InputBytes bytes = read_input(path, simdjson::SIMDJSON_PADDING);
   blank_byte_order_mark(bytes.data(), bytes.size());
+  if (bytes.size() >= slicing_settings().min_bytes) {
+    bool released = false;
+    if (load_in_slices(bytes, label, config, settings, warn, released)) {
+      ++slicing_settings().sliced_loads;
+      return;
+    }
+    // Any problem: the document is loaded again in one walk, which names it
+    // as it always has.
+    config = Config();
+    settings = LoadedSettings();
+    if (released) {
+      bytes = read_input(path, simdjson::SIMDJSON_PADDING);
+      blank_byte_order_mark(bytes.data(), bytes.size());
+    }
+  }
   JsonReader json(bytes.text(), label, warn, bytes.releasable());
   DocumentLoader(json, config, settings)
       .load(simdjson::padded_string_view(bytes.data(), bytes.size(),

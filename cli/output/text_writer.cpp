@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "vesk/common/group_key.hpp"
 #include "vesk/log/output_log.hpp"
 
 namespace vesk {
@@ -34,8 +35,8 @@ std::size_t digit_count(std::size_t number) {
   return digits;
 }
 
-// One section of issues: those whose group keys have bit 4 set (`fail`
-// true) or clear.
+// One section of issues: those whose group keys are on the FAIL side
+// (`fail` true) or not.
 void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
                    bool fail, char const* heading) {
   if (!data.sorted_outputs) return;
@@ -43,9 +44,10 @@ void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
   for (bool const diagnoses : {true, false}) {
     for (auto group = data.sorted_outputs->rbegin();
          group != data.sorted_outputs->rend(); ++group) {
-      unsigned long const key = group->first.to_ulong();
-      if (((key & 16) != 0) != fail) continue;
-      if (((key & 3) == 0) != diagnoses) continue;
+      if (group_key::is_fail_side(group->first) != fail) continue;
+      bool const diagnosis_group =
+          group_key::kind_of(group->first) == group_key::kDiagnoses;
+      if (diagnosis_group != diagnoses) continue;
       for (auto const& output : group->second) {
         issues.emplace_back(output, diagnoses);
       }

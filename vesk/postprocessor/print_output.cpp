@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -21,6 +22,7 @@
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
+#include "vesk/tokenized_host/tokenized_host.hpp"
 
 namespace vesk {
 namespace postprocessor {
@@ -71,11 +73,16 @@ void UtilityFunctions::PrintOutput(
     PostprocessorExtensionData const& data, int number, int number_width,
     std::string prefix, bool diagnosis_form) {
   if (!output) return;
-  std::vector<std::vector<std::string>> node_groups;
-  node_groups.reserve(output->outputs.size());
+  // Views of every node name, in output order; the names are copied only
+  // for the rare output with a tuple of names.
+  std::vector<std::string_view> names;
+  bool any_tuple = false;
   for (std::shared_ptr<AnalysisOutput> const& raw : output->outputs) {
-    node_groups.push_back(raw ? raw->nodes : std::vector<std::string>());
+    if (!raw) continue;
+    any_tuple = any_tuple || raw->nodes.size() > 1;
+    names.insert(names.end(), raw->nodes.begin(), raw->nodes.end());
   }
+  std::size_t const name_total = names.size();
 
   std::string const indent =
       prefix +
@@ -84,10 +91,6 @@ void UtilityFunctions::PrintOutput(
 
   // The number of distinct names, counted over views of the names (sorted,
   // then unique) rather than by copying them all into a set.
-  std::vector<std::string_view> names;
-  for (std::vector<std::string> const& group : node_groups) {
-    names.insert(names.end(), group.begin(), group.end());
-  }
   std::sort(names.begin(), names.end());
   std::size_t const node_count = static_cast<std::size_t>(
       std::unique(names.begin(), names.end()) - names.begin());
@@ -117,11 +120,25 @@ void UtilityFunctions::PrintOutput(
   if (!remedy.empty()) {
     buffer << indent << "Remedy: " << remove_endl(remedy) << "\n";
   }
-  if (!node_groups.empty()) {
-    // The groups are not needed afterwards: hand them over instead of
-    // copying them.
-    buffer << indent << "Nodes: " << get_node_string(std::move(node_groups))
-           << "\n";
+  if (!output->outputs.empty()) {
+    buffer << indent << "Nodes: ";
+    if (any_tuple) {
+      std::vector<std::vector<std::string>> node_groups;
+      node_groups.reserve(output->outputs.size());
+      for (std::shared_ptr<AnalysisOutput> const& raw : output->outputs) {
+        node_groups.push_back(raw ? raw->nodes : std::vector<std::string>());
+      }
+      buffer << get_node_string(std::move(node_groups));
+    } else if (name_total == 1) {
+      buffer << names.front();  // a lone name as given
+    } else if (name_total > 1) {
+      // Folding drops repeats, so the distinct names (already sorted for
+      // the count) give the same text as the full list.
+      buffer << TokenizedHost::get_merged_hosts(std::vector<std::string>(
+          names.begin(),
+          names.begin() + static_cast<std::ptrdiff_t>(node_count)));
+    }
+    buffer << "\n";
   }
 
   std::set<std::string> ids;
