@@ -108,6 +108,7 @@ TEST(MemorySoakTest, StaysFlatWithReleaseLinksAfterEachReport) {
   GTEST_SKIP() << "resident size is not meaningful under AddressSanitizer";
 #endif
   long const grown = growth(true);
+  RecordProperty("grown_bytes", std::to_string(grown));
   EXPECT_LE(grown, kSlack) << "grew by " << grown << " bytes";
 }
 
@@ -116,6 +117,7 @@ TEST(MemorySoakTest, GrowsWithoutReleaseLinks) {
   GTEST_SKIP() << "resident size is not meaningful under AddressSanitizer";
 #endif
   long const grown = growth(false);
+  RecordProperty("grown_bytes", std::to_string(grown));
   EXPECT_GT(grown, kSlack) << "grew by " << grown << " bytes";
 }
 
