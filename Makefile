@@ -1,13 +1,16 @@
 # The project's commands. `make demo` prints the report of the bundled
 # example cluster; `make test` builds and runs every test. Both install what
-# the build needs first (tools/install-deps).
+# the build needs first (tools/install-deps). `make fuzz` builds the fuzz
+# targets with Clang (libFuzzer, address and undefined sanitizers) in
+# build-fuzz and runs each for FUZZ_SECONDS.
 
 BUILD ?= build
 JOBS ?= $(shell nproc)
 BUILD_TYPE ?= RelWithDebInfo
 CMAKE_FLAGS ?=
+FUZZ_SECONDS ?= 60
 
-.PHONY: all deps configure build test demo bench format format-check clean
+.PHONY: all deps configure build test demo bench fuzz format format-check clean
 
 all: build
 
@@ -33,6 +36,14 @@ bench: deps
 	  -DVESK_BUILD_BENCH=ON -DVESK_BUILD_TESTS=OFF $(CMAKE_FLAGS)
 	cmake --build build-bench -j $(JOBS)
 	bench/run-all build-bench
+
+fuzz: deps
+	cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_CXX_COMPILER=clang++ -DVESK_BUILD_FUZZ=ON \
+	  -DVESK_SANITIZE=address,undefined -DVESK_BUILD_TESTS=OFF \
+	  -DVESK_INSTALL=OFF $(CMAKE_FLAGS)
+	cmake --build build-fuzz -j $(JOBS) --target vesk_fuzz
+	tests/fuzz/run-all build-fuzz $(FUZZ_SECONDS)
 
 format:
 	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i

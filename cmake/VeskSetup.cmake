@@ -26,3 +26,37 @@ if(VESK_SANITIZE)
   endforeach()
   add_compile_options(-fno-omit-frame-pointer -fno-sanitize-recover=all)
 endif()
+
+# Fuzzing: libFuzzer comes with Clang only. Everything built here gets the
+# coverage instrumentation libFuzzer steers by; the fuzz programs
+# themselves link -fsanitize=fuzzer (tests/fuzz/CMakeLists.txt).
+if(VESK_BUILD_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR
+      "VESK_BUILD_FUZZ=ON needs Clang and its libFuzzer, but the C++ "
+      "compiler is ${CMAKE_CXX_COMPILER_ID} (${CMAKE_CXX_COMPILER}). "
+      "Configure a new build folder with -DCMAKE_CXX_COMPILER=clang++ "
+      "(`make fuzz` does).")
+  endif()
+  if(NOT VESK_BUILD_CLI)
+    message(FATAL_ERROR
+      "VESK_BUILD_FUZZ=ON needs VESK_BUILD_CLI=ON: the fuzz targets run "
+      "the host's document loader.")
+  endif()
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -fsanitize=fuzzer)
+  check_cxx_source_compiles([[
+    #include <cstddef>
+    #include <cstdint>
+    extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t*, std::size_t) {
+      return 0;
+    }]] VESK_HAVE_LIBFUZZER)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
+  if(NOT VESK_HAVE_LIBFUZZER)
+    message(FATAL_ERROR
+      "VESK_BUILD_FUZZ=ON: ${CMAKE_CXX_COMPILER} cannot link -fsanitize=fuzzer "
+      "(on Debian, libFuzzer is in libclang-rt-14-dev; tools/install-deps "
+      "installs it).")
+  endif()
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

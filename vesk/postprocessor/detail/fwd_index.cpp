@@ -293,7 +293,10 @@ FwdIndex::DiagnosisGroup const& FwdIndex::diagnosis_group(
     unsigned key, std::vector<CollapsedPtr> const& group) {
   auto& slot = diagnosis_groups_[key];  // a key's value is below 32
   if (slot) return *slot;
-  slot.emplace();
+  // Not emplace(): Clang 14 decides whether DiagnosisGroup is default
+  // constructible while FwdIndex is still incomplete (its member
+  // initialiser is not read yet), says no and keeps that answer.
+  slot.emplace(DiagnosisGroup{});
   DiagnosisGroup& info = *slot;
   info.first_unmapped = kNone;
   for (std::size_t i = 0; i < group.size(); ++i) {
