@@ -305,7 +305,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     merger.add_document(std::move(document));
   }
   for (auto const& request : options.imports) {
-    merger.add_import(import_input(request, label));
+    merger.add_import(import_input(request, label, warnings));
   }
   err << warnings.str();
   Config config = merger.finish(options.threshold);

@@ -6,9 +6,12 @@
 
 #include <stdexcept>
 
+#include "cli/input/alertmanager_importer.hpp"
 #include "cli/input/byte_source.hpp"
+#include "cli/input/dcgm_importer.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/nhc_importer.hpp"
+#include "cli/input/slurm_importer.hpp"
 
 #include <simdjson.h>
 
@@ -16,7 +19,7 @@ namespace vesk {
 namespace cli {
 namespace {
 
-constexpr char const* kFormats[] = {"nhc"};
+constexpr char const* kFormats[] = {"nhc", "slurm", "alertmanager", "dcgm"};
 
 }  // namespace
 
@@ -43,9 +46,15 @@ ImportRequest parse_import_request(std::string const& text) {
                               one_line(text) + "\"");
 }
 
-Config import_input(ImportRequest const& request, std::string& label) {
+Config import_input(ImportRequest const& request, std::string& label,
+                    std::ostream& warn) {
   label = request.path == "-" ? "(standard input)" : request.path;
+  if (request.format == "dcgm") return import_dcgm(request.path, label, warn);
   InputBytes bytes = read_input(request.path, simdjson::SIMDJSON_PADDING);
+  if (request.format == "slurm") return import_slurm(bytes, label, warn);
+  if (request.format == "alertmanager") {
+    return import_alertmanager(bytes, label, warn);
+  }
   return import_nhc(bytes.text());
 }
 

@@ -12,11 +12,12 @@
 //   ImportRequest request = parse_import_request("slurm=/tmp/sinfo.json");
 //   // request.format == "slurm", request.path == "/tmp/sinfo.json"
 //   std::string label;
-//   Config config = import_input(request, label);
+//   Config config = import_input(request, label, std::cerr);
 
 #ifndef VESK_CLI_INPUT_IMPORTER_HPP_
 #define VESK_CLI_INPUT_IMPORTER_HPP_
 
+#include <ostream>
 #include <string>
 
 #include "vesk/common/config.hpp"
@@ -46,7 +47,9 @@ ImportRequest parse_import_request(std::string const& text);
 // Reads the import. `label` is set to the name of what is being read (the
 // path, "(standard input)", or a file of a dcgm folder), so that an
 // InputError thrown from here can be told against it.
-Config import_input(ImportRequest const& request, std::string& label);
+// Warnings go to `warn`.
+Config import_input(ImportRequest const& request, std::string& label,
+                    std::ostream& warn);
 
 }  // namespace cli
 }  // namespace vesk
