@@ -35,6 +35,7 @@ struct Alert {
   std::string runbook;
   std::string state;
   std::vector<std::string> inhibited_by;
+  bool silenced = false;
   std::int32_t row = 0;
   std::string place;
 };
@@ -173,6 +174,8 @@ class AlertmanagerImporter {
                                alert.state = json.get_string(v);
                              } else if (name == "inhibitedBy") {
                                alert.inhibited_by = json.get_strings(v);
+                             } else if (name == "silencedBy") {
+                               alert.silenced = !json.get_strings(v).empty();
                              } else {
                                json.check_value(v);
                              }
@@ -198,12 +201,14 @@ class AlertmanagerImporter {
       by_fingerprint.emplace(alerts_[i].fingerprint, i);
     }
     std::set<std::size_t> inhibitors;
+    std::vector<bool> explained(alerts_.size(), false);
     for (std::size_t i = 0; i < alerts_.size(); ++i) {
       for (auto const& fingerprint : alerts_[i].inhibited_by) {
         auto const found = by_fingerprint.find(fingerprint);
         if (found == by_fingerprint.end() || fingerprint.empty()) continue;
         inhibitors.insert(found->second);
         inhibits[fingerprint].push_back(i);
+        explained[i] = true;
       }
     }
     for (std::size_t i = 0; i < alerts_.size(); ++i) {
@@ -224,7 +229,12 @@ class AlertmanagerImporter {
           id, alert.summary.empty() ? alert.description : alert.summary,
           severity_of(alert), nodes, alert.row);
       output.remedy = alert.runbook;
-      output.suppressed = alert.state == "suppressed";
+      // An alert that is suppressed only because an alert of the input
+      // inhibits it stays visible, as an observation its inhibitor is based
+      // on; a silenced one, or one inhibited by an alert not in the input,
+      // is suppressed.
+      output.suppressed =
+          alert.state == "suppressed" && (alert.silenced || !explained[i]);
       if (diagnosis) {
         for (std::size_t const inhibited : inhibits[alert.fingerprint]) {
           auto const other = alerts_[inhibited].labels.find("alertname");

@@ -17,7 +17,10 @@
 //   other word 50;
 // - node: the first of the labels node, nodename, hostname, host,
 //   instance, with a ":port" removed (none when no label names one);
-// - status.state "suppressed": the result is suppressed;
+// - status.state "suppressed": the result is suppressed, unless the alert
+//   is not silenced (status.silencedBy empty) and an alert of the input
+//   inhibits it: then it stays visible as an observation of its
+//   inhibitor's provenance;
 // - an alert whose fingerprint another alert's status.inhibitedBy names is
 //   a diagnosis, and diagnosis_observations links it to the alerts it
 //   inhibits;
