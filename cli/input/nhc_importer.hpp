@@ -19,7 +19,8 @@
 //
 // Each text is one finding on its host(s), its row id the line number:
 // - a failed check ("ERROR:", "nhc:", "Health check failed:" in front, in
-//   any combination): severity 80, id the check's name when the text
+//   any combination, or a text that starts with a check's name
+//   "check_<word>:"): severity 80, id the check's name when the text
 //   names one ("check_fs_mount:  /scratch not mounted" gives id
 //   check_fs_mount and message "/scratch not mounted"), else the
 //   stable_id() of the message ("nhc-bandwidth-is-low-on-device-n");

@@ -176,19 +176,13 @@ TEST(ImportAlertmanager, GroupsAreDeduplicatedByFingerprint) {
 TEST(ImportNhc, LineShapes) {
   Config const config = import_nhc(
       "n1: ERROR: nhc: check_a: broken\n"
-      "n2 | check_b: not a failure line\n"
+      "n2 | check_b: named check line\n"
       "\n"
       "stray text\n"
       "clush: n3: exited with exit code 1\n");
   std::vector<Flat> const expected = {
       {"check_a", "broken", "", 80, {"n1"}, {1}, false},
-      {"nhc-unreadable",
-       "n2 | check_b: not a failure line",
-       "",
-       50,
-       {"n2"},
-       {2},
-       false},
+      {"check_b", "named check line", "", 80, {"n2"}, {2}, false},
       {"nhc-unreadable", "stray text", "", 50, {}, {4}, false},
       {"nhc-unreadable",
        "clush: n3: exited with exit code 1",
