@@ -59,6 +59,12 @@ std::string utc_time(std::int64_t seconds) {
 
 std::string remedy(std::string_view user, std::string_view time) {
   if (user == "Unknown" || user == "(null)") user = "";
+  // %U writes the user with the uid: "root(0)".
+  std::size_t const open = user.rfind('(');
+  if (open != std::string_view::npos && open > 0 && user.back() == ')' &&
+      user.find_first_not_of("0123456789", open + 1) == user.size() - 1) {
+    user = user.substr(0, open);
+  }
   if (time == "Unknown" || time == "None") time = "";
   std::string text;
   if (!user.empty()) text += " by " + std::string(user);
