@@ -101,7 +101,16 @@ class AlertmanagerImporter {
       if (error_code e = std::move(element).get(item)) {
         json.fail_json(e, "an array element");
       }
-      read_element(json, item, place);
+      // The reader's key path starts inside the element: a place it names
+      // is given the element's index.
+      try {
+        read_element(json, item, place);
+      } catch (InputError& e) {
+        if (!e.place.empty() && (e.place[0] < '0' || e.place[0] > '9')) {
+          e.place = place + "." + e.place;
+        }
+        throw;
+      }
     }
     json.finish();
     make_results();
