@@ -31,6 +31,8 @@
 
 #include "cli/demo_document.hpp"
 #include "cli/input/document_loader.hpp"
+#include "cli/input/importer.hpp"
+#include "cli/input/merge.hpp"
 #include "cli/output/text_writer.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/util.hpp"
@@ -77,6 +79,7 @@ struct Options {
   bool no_color = false;
   bool demo = false;
   std::optional<std::string> file;
+  std::vector<ImportRequest> imports;
 };
 
 // Registers a stream with the output log's sink for one run, and removes
@@ -213,6 +216,14 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   app.add_flag("--no-color", options.no_color, "Never colour the output");
   app.add_flag("--demo", options.demo,
                "Print the report of the bundled example cluster");
+  std::vector<std::string> imports;
+  auto* import_option =
+      app.add_option("--import", imports,
+                     "Also read PATH (\"-\": standard input), written by "
+                     "another tool: FORMAT is " +
+                         import_format_names() + " (repeatable)")
+          ->type_name("FORMAT=PATH")
+          ->allow_extra_args(false);
   auto* file_option =
       app.add_option("FILE", file, "The analysis result document")
           ->type_name("");
@@ -239,10 +250,26 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
     options.log_level = level;
   }
   if (file_option->count() != 0) options.file = file;
+  if (import_option->count() != 0) {
+    int stdin_users = options.file == "-" ? 1 : 0;
+    for (auto const& text : imports) {
+      try {
+        options.imports.push_back(parse_import_request(text));
+      } catch (std::invalid_argument const& e) {
+        throw UsageError(std::string("--import: ") + e.what());
+      }
+      if (options.imports.back().path == "-") ++stdin_users;
+    }
+    if (stdin_users > 1) {
+      throw UsageError(
+          "at most one input may read standard input (\"-\") (see --help)");
+    }
+  }
   if (options.demo && options.file) {
     throw UsageError("--demo takes no FILE (see --help)");
   }
-  if (!options.demo && !options.file && ::isatty(STDIN_FILENO) != 0) {
+  if (!options.demo && !options.file && options.imports.empty() &&
+      ::isatty(STDIN_FILENO) != 0) {
     throw UsageError(
         "no FILE given and standard input is a terminal (see --help)");
   }
@@ -256,22 +283,30 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
 
-  // The Config and the output data are held through pointers, so that the
-  // last run of a process can leave them to its exit (leave_results_at_exit).
-  auto config_holder = std::make_unique<Config>();
-  Config& config = *config_holder;
   LoadedSettings settings;
+  InputMerger merger;
   if (options.demo) {
+    Config document;
     label = kDemoLabel;
     load_text(std::string_view(reinterpret_cast<char const*>(kDemoDocument),
                                kDemoDocumentSize),
-              label, config, settings, warnings);
-  } else {
+              label, document, settings, warnings);
+    merger.add_document(std::move(document));
+  } else if (options.file || options.imports.empty()) {
+    Config document;
     std::string const path = options.file.value_or("-");
     label = path == "-" ? kStdinLabel : path;
-    load_file(path, label, config, settings, warnings);
+    load_file(path, label, document, settings, warnings);
+    merger.add_document(std::move(document));
   }
-  if (options.threshold) config.severity_threshold = *options.threshold;
+  for (auto const& request : options.imports) {
+    merger.add_import(import_input(request, label, warnings));
+  }
+  // The Config and the output data are held through pointers, so that the
+  // last run of a process can leave them to its exit (leave_results_at_exit).
+  auto config_holder =
+      std::make_unique<Config>(merger.finish(options.threshold));
+  Config& config = *config_holder;
   if (options.log_level) settings.log_level = options.log_level;
 
   if (options.syslog) {

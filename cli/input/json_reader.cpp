@@ -145,6 +145,47 @@ ondemand::object JsonReader::open(simdjson::padded_string_view json) {
   return root;
 }
 
+// The top value is looked at through a document of its own kind, so an
+// array input is opened as open() opens an object one; the checks of the
+// bytes are open()'s own.
+ondemand::array JsonReader::open_array(simdjson::padded_string_view json,
+                                       std::string_view what) {
+  if (text_.empty()) {
+    throw InputError("1:1",
+                     "expected " + std::string(what) + ", found an empty file");
+  }
+  std::size_t first = 0;
+  while (first < text_.size() &&
+         (text_[first] == ' ' || text_[first] == '\t' || text_[first] == '\n' ||
+          text_[first] == '\r')) {
+    ++first;
+  }
+  if (first < text_.size() && text_[first] != '[') {
+    throw InputError(position(first), "expected " + std::string(what));
+  }
+  if (first == text_.size()) {
+    throw InputError(position(text_.size()),
+                     "expected " + std::string(what) + ", found only blanks");
+  }
+  if (error_code e = parser_.iterate(json).get(doc_)) {
+    if (e == simdjson::UTF8_ERROR) {
+      throw InputError(position(first_invalid_utf8(text_)),
+                       "expected UTF-8 text");
+    }
+    std::size_t const where = e == simdjson::UNCLOSED_STRING ||
+                                      e == simdjson::INCOMPLETE_ARRAY_OR_OBJECT
+                                  ? text_.size()
+                                  : 0;
+    throw InputError(position(where),
+                     "expected valid JSON (" +
+                         std::string(simdjson::error_message(e)) + ")");
+  }
+  walking_ = true;
+  ondemand::array root;
+  if (error_code e = doc_.get_array().get(root)) fail_json(e, what);
+  return root;
+}
+
 void JsonReader::finish() {
   char const* rest = nullptr;
   if (doc_.current_location().get(rest) == simdjson::SUCCESS) {

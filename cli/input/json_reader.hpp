@@ -92,6 +92,13 @@ class JsonReader {
   // UTF-8, blanks only, broken JSON or a top value that is not an object.
   simdjson::ondemand::object open(simdjson::padded_string_view json);
 
+  // open_array()
+  //
+  // As open(), for an input whose top value must be an array ("expected
+  // <what>" otherwise).
+  simdjson::ondemand::array open_array(simdjson::padded_string_view json,
+                                       std::string_view what);
+
   // finish()
   //
   // Ends the walk; throws InputError when anything but blanks follows the

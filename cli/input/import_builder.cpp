@@ -1,0 +1,131 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: import_builder.cpp
+
+#include "cli/input/import_builder.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+#include <utility>
+
+#include "cli/input/definition_tree.hpp"
+#include "cli/input/input_error.hpp"
+#include "vesk/tokenized_host/tokenized_host.hpp"
+
+namespace vesk {
+namespace cli {
+
+std::string stable_id(std::string_view prefix, std::string_view message) {
+  constexpr std::size_t kMaxForm = 48;
+  std::string form;
+  bool gap = false;
+  for (std::size_t i = 0; i < message.size(); ++i) {
+    char c = message[i];
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    if (c >= 'a' && c <= 'z') {
+      if (gap && !form.empty()) form += '-';
+      gap = false;
+      form += c;
+    } else if (c >= '0' && c <= '9') {
+      while (i + 1 < message.size() && message[i + 1] >= '0' &&
+             message[i + 1] <= '9') {
+        ++i;
+      }
+      if (gap && !form.empty()) form += '-';
+      gap = false;
+      form += 'n';
+    } else {
+      gap = true;
+    }
+  }
+  if (form.empty()) return std::string(prefix) + "-message";
+  if (form.size() > kMaxForm) {
+    // FNV-1a, 32 bits: the same on every machine and in every run.
+    std::uint32_t hash = 2166136261u;
+    for (char const c : form) {
+      hash ^= static_cast<unsigned char>(c);
+      hash *= 16777619u;
+    }
+    char hex[9];
+    std::snprintf(hex, sizeof hex, "%08x", hash);
+    form.resize(kMaxForm);
+    while (!form.empty() && form.back() == '-') form.pop_back();
+    form += '-';
+    form += hex;
+  }
+  return std::string(prefix) + "-" + form;
+}
+
+ImportBuilder::ImportBuilder(std::string format, std::string title)
+    : definition_("import/" + std::move(format)), title_(std::move(title)) {}
+
+void ImportBuilder::add_node(std::string const& hostname,
+                             std::string const& place) {
+  if (!nodes_seen_.emplace(hostname, true).second) return;
+  // A run of up to nine digits always fits in 32 bits, so only names with
+  // a longer run are tokenized.
+  std::size_t run = 0;
+  for (char const c : hostname) {
+    run = (c >= '0' && c <= '9') ? run + 1 : 0;
+    if (run > 9) break;
+  }
+  if (run > 9) {
+    try {
+      TokenizedHost const tokenized(hostname);
+      (void)tokenized;
+    } catch (std::out_of_range const&) {
+      throw InputError(place,
+                       "expected a host name whose numbers fit in 32 bits, "
+                       "found \"" +
+                           hostname + "\"");
+    }
+  }
+  Node node;
+  node.name = hostname;
+  node.hostname = hostname;
+  config_.nodes.push_back(std::move(node));
+}
+
+AnalysisOutput& ImportBuilder::add_finding(Kind kind, std::string id,
+                                           std::string message,
+                                           std::int32_t severity,
+                                           std::vector<std::string> nodes,
+                                           std::int32_t row_id) {
+  auto output = std::make_shared<AnalysisOutput>();
+  output->sequence = sequence_++;
+  output->id = std::move(id);
+  output->message = std::move(message);
+  output->severity = severity;
+  output->nodes = std::move(nodes);
+  if (row_id > 0) output->row_ids.insert(row_id);
+  auto& signs = config_.observation_signs[output->id];
+  if (signs.empty()) signs.push_back(definition_);
+  auto& list = kind == kDiagnosis ? config_.diagnoses : config_.observations;
+  list.push_back(output);
+  return *output;
+}
+
+void ImportBuilder::link(std::string const& diagnosis,
+                         std::string const& observation) {
+  auto& observations = config_.diagnosis_observations[diagnosis];
+  if (std::find(observations.begin(), observations.end(), observation) ==
+      observations.end()) {
+    observations.push_back(observation);
+  }
+}
+
+Config ImportBuilder::finish() {
+  auto fwd = std::make_shared<Fwd>();
+  fwd->name = definition_;
+  fwd->title = title_;
+  config_.fwd_attributes->fwd_name_order.push_back(fwd->name);
+  config_.fwd_attributes->fwds[fwd->name] = fwd;
+  DefinitionRecord record{definition_, "", {}};
+  link_definition_tree(check_definition_tree({record}), {fwd},
+                       *config_.fwd_attributes);
+  return std::move(config_);
+}
+
+}  // namespace cli
+}  // namespace vesk

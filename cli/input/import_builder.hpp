@@ -1,0 +1,102 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: import_builder.hpp
+//
+// What every importer shares: the Config of one imported input, built up
+// finding by finding. Every host that appears is a node tested (in the
+// order met, each once); every finding becomes one raw result on its
+// nodes with the row id it came from; and when the input is read, the
+// import's own framework definition "import/FORMAT" is added with its
+// title, and observation_signs maps every id produced to it, so that the
+// import gets its PASS/FAIL line in the report's validation block.
+//
+// Ids without a name of their own are made from the message with every
+// number replaced (stable_id()), so that "Bandwidth is low on device 1."
+// and "... device 3." share one id.
+//
+// Example:
+//
+//   ImportBuilder builder("nhc", "Node health checks");
+//   builder.add_node("node01", "3:1");
+//   builder.add_finding(ImportBuilder::kObservation, "check_fs_mount",
+//                       "/scratch not mounted", 80, {"node01"}, 3);
+//   Config config = builder.finish();
+//   // config.observation_signs == {{"check_fs_mount", {"import/nhc"}}}
+//   stable_id("nhc", "Bandwidth is low on device 1.");
+//   // "nhc-bandwidth-is-low-on-device-n"
+
+#ifndef VESK_CLI_INPUT_IMPORT_BUILDER_HPP_
+#define VESK_CLI_INPUT_IMPORT_BUILDER_HPP_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "vesk/common/analysis_output.hpp"
+#include "vesk/common/config.hpp"
+
+namespace vesk {
+namespace cli {
+
+// stable_id()
+//
+// "<prefix>-" and the message in lower case, every run of digits written
+// "n" and every other run of characters that are not ASCII letters "-"
+// (none at either end). A message longer than 48 characters in that form
+// is cut at 48 and given "-" and 8 hexadecimal digits of a hash of the
+// whole form, so that two long messages with the same start keep apart.
+// An empty form gives "<prefix>-message".
+std::string stable_id(std::string_view prefix, std::string_view message);
+
+// ImportBuilder
+//
+// One imported input's Config, built up as the input is read.
+class ImportBuilder {
+ public:
+  enum Kind { kDiagnosis, kObservation };
+
+  ImportBuilder(std::string format, std::string title);
+
+  // add_node()
+  //
+  // Adds `hostname` to the nodes tested unless it is there. Throws
+  // InputError{place, ...} for a name the report could not fold (a number
+  // above 32 bits).
+  void add_node(std::string const& hostname, std::string const& place);
+
+  // add_finding()
+  //
+  // One raw result; its nodes must have been added. `row_id` 0 gives none.
+  AnalysisOutput& add_finding(Kind kind, std::string id, std::string message,
+                              std::int32_t severity,
+                              std::vector<std::string> nodes,
+                              std::int32_t row_id);
+
+  // link()
+  //
+  // diagnosis_observations: `diagnosis` is based on `observation`.
+  void link(std::string const& diagnosis, std::string const& observation);
+
+  // finish()
+  //
+  // The Config: the nodes, the results, the definition "import/FORMAT"
+  // and the signs. The builder is spent.
+  Config finish();
+
+  std::string const& definition_name() const { return definition_; }
+
+ private:
+  std::string definition_;
+  std::string title_;
+  Config config_;
+  std::unordered_map<std::string, bool> nodes_seen_;
+  std::int64_t sequence_ = 0;
+};
+
+}  // namespace cli
+}  // namespace vesk
+
+#endif  // VESK_CLI_INPUT_IMPORT_BUILDER_HPP_

@@ -1,0 +1,228 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: importers_test.cpp
+//
+// The importers on the layouts that the golden reports do not cover: the
+// other sinfo layouts, alert groups, the nhc line shapes, stable ids and
+// the merge. Expected values follow from the mapping rules of each
+// importer's header.
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/input/alertmanager_importer.hpp"
+#include "cli/input/byte_source.hpp"
+#include "cli/input/import_builder.hpp"
+#include "cli/input/merge.hpp"
+#include "cli/input/nhc_importer.hpp"
+#include "cli/input/slurm_importer.hpp"
+#include "vesk/common/config.hpp"
+
+#include <gtest/gtest.h>
+#include <simdjson.h>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+std::string const kImports = VESK_CLI_TEST_DIR "/imports/";
+
+Config slurm(std::string const& name) {
+  InputBytes bytes = read_input(kImports + name, simdjson::SIMDJSON_PADDING);
+  std::ostringstream warn;
+  Config config = import_slurm(bytes, name, warn);
+  EXPECT_EQ(warn.str(), "");
+  return config;
+}
+
+struct Flat {
+  std::string id, message, remedy;
+  int severity;
+  std::vector<std::string> nodes;
+  std::set<std::int32_t> rows;
+  bool suppressed;
+  bool operator==(Flat const&) const = default;
+};
+
+std::vector<Flat> flat(
+    std::vector<std::shared_ptr<AnalysisOutput>> const& list) {
+  std::vector<Flat> out;
+  for (auto const& o : list) {
+    out.push_back({o->id, o->message, o->remedy, o->severity, o->nodes,
+                   o->row_ids, o->suppressed});
+  }
+  return out;
+}
+
+std::ostream& operator<<(std::ostream& os, Flat const& f) {
+  return os << f.id << "|" << f.message << "|" << f.remedy << "|" << f.severity
+            << "|" << f.nodes.size() << "|" << f.suppressed;
+}
+
+TEST(StableId, NumbersShareOneId) {
+  EXPECT_EQ(stable_id("nhc", "Bandwidth is low on device 1."),
+            "nhc-bandwidth-is-low-on-device-n");
+  EXPECT_EQ(stable_id("nhc", "Bandwidth is low on device 13."),
+            stable_id("nhc", "Bandwidth is low on device 3."));
+  EXPECT_EQ(stable_id("nhc", "!!"), "nhc-message");
+  std::string const a = stable_id(
+      "nhc", "a very long message that goes on and on and on past the cut A");
+  std::string const b = stable_id(
+      "nhc", "a very long message that goes on and on and on past the cut B");
+  EXPECT_NE(a, b);
+  EXPECT_EQ(a.substr(0, 4 + 48), b.substr(0, 4 + 48));
+}
+
+TEST(ImportSlurm, SinfoReasonTableKeepsReasonsCutAtTheirColumn) {
+  Config const config = slurm("sinfo-R.txt");
+  std::vector<Flat> const expected = {
+      {"slurm-drain",
+       "memory errors on DIM",
+       "set by root at 2026-11-23T09:12:40",
+       50,
+       {"r1n03"},
+       {2},
+       false},
+      {"slurm-drain",
+       "memory errors on DIM",
+       "set by root at 2026-11-23T09:12:40",
+       50,
+       {"r1n04"},
+       {2},
+       false},
+      {"slurm-drain",
+       "say \"hi\" to ops",
+       "set by admin at 2026-11-23T09:20:00",
+       50,
+       {"r2n07"},
+       {3},
+       false},
+      {"slurm-drain",
+       "Not responding",
+       "set by slurm at 2026-11-23T09:30:11",
+       50,
+       {"r1n10"},
+       {4},
+       false},
+      {"slurm-drain",
+       "Not responding",
+       "set by slurm at 2026-11-23T09:30:11",
+       50,
+       {"r1n11"},
+       {4},
+       false},
+  };
+  EXPECT_EQ(flat(config.observations), expected);
+  EXPECT_EQ(config.nodes.size(), 5u);
+  EXPECT_EQ(config.fwd_attributes->fwd_name_order,
+            std::vector<std::string>{"import/slurm"});
+  EXPECT_EQ(config.fwd_attributes->fwds.at("import/slurm")->title,
+            "Scheduler node states");
+}
+
+TEST(ImportSlurm, PipeLinesTakeTheLastThreeFieldsFromTheRight) {
+  Config const config = slurm("sinfo-R-pipe.txt");
+  ASSERT_EQ(config.observations.size(), 3u);
+  EXPECT_EQ(config.observations[2]->message, "a | b \"quoted\" reason");
+  EXPECT_EQ(config.observations[2]->nodes, std::vector<std::string>{"r2n07"});
+  EXPECT_EQ(config.observations[0]->message,
+            "memory errors on DIMM B2, replace at next window");
+}
+
+TEST(ImportSlurm, SinfoGroupLayout) {
+  Config const config = slurm("sinfo-groups.json");
+  std::vector<Flat> const expected = {
+      {"slurm-drain",
+       "GPU \"0\" fell off the bus",
+       "set by admin at 2026-11-23T12:00:00",
+       50,
+       {"gpu01"},
+       {1},
+       false},
+      {"slurm-drain",
+       "GPU \"0\" fell off the bus",
+       "set by admin at 2026-11-23T12:00:00",
+       50,
+       {"gpu02"},
+       {1},
+       false},
+      {"slurm-fail",
+       "PSU failure",
+       "set by root at 2026-11-23T13:00:00",
+       80,
+       {"gpu03"},
+       {2},
+       false},
+  };
+  EXPECT_EQ(flat(config.observations), expected);
+  EXPECT_EQ(config.nodes.size(), 4u);
+}
+
+TEST(ImportAlertmanager, GroupsAreDeduplicatedByFingerprint) {
+  InputBytes bytes =
+      read_input(kImports + "alert-groups.json", simdjson::SIMDJSON_PADDING);
+  std::ostringstream warn;
+  Config const config = import_alertmanager(bytes, "groups", warn);
+  std::vector<Flat> const expected = {
+      {"GpuHot", "Temperature above 85 C", "", 70, {"gpu01"}, {1}, false},
+      {"GpuHot", "Temperature above 85 C", "", 70, {"gpu02"}, {2}, false},
+      {"TargetDown", "Scrape target down", "", 12, {"fd00::17"}, {4}, false},
+  };
+  EXPECT_EQ(flat(config.observations), expected);
+  EXPECT_TRUE(config.diagnoses.empty());
+}
+
+TEST(ImportNhc, LineShapes) {
+  Config const config = import_nhc(
+      "n1: ERROR: nhc: check_a: broken\n"
+      "n2 | check_b: named check line\n"
+      "\n"
+      "stray text\n"
+      "clush: n3: exited with exit code 1\n");
+  std::vector<Flat> const expected = {
+      {"check_a", "broken", "", 80, {"n1"}, {1}, false},
+      {"check_b", "named check line", "", 80, {"n2"}, {2}, false},
+      {"nhc-unreadable", "stray text", "", 50, {}, {4}, false},
+      {"nhc-unreadable",
+       "clush: n3: exited with exit code 1",
+       "",
+       50,
+       {"n3"},
+       {5},
+       false},
+  };
+  EXPECT_EQ(flat(config.observations), expected);
+  EXPECT_EQ(config.observation_signs.at("check_a"),
+            std::vector<std::string>{"import/nhc"});
+}
+
+TEST(InputMerger, NodesByHostnameAndThreshold) {
+  Config document;
+  document.nodes.push_back({"first", "n1", {"compute"}, {"rack1"}});
+  document.overall_pass = true;
+  InputMerger merger;
+  merger.add_document(std::move(document));
+  Config imported = import_nhc("n1: nhc: something failed\nn2: nhc: x 1\n");
+  imported.nodes[0].roles = {"gpu"};
+  imported.nodes[0].groups = {"rack2"};
+  merger.add_import(std::move(imported));
+  Config const merged = merger.finish(std::nullopt);
+  ASSERT_EQ(merged.nodes.size(), 2u);
+  EXPECT_EQ(merged.nodes[0].name, "first");
+  EXPECT_EQ(merged.nodes[0].roles,
+            (std::vector<std::string>{"compute", "gpu"}));
+  EXPECT_EQ(merged.nodes[0].groups, (std::set<std::string>{"rack1", "rack2"}));
+  EXPECT_EQ(merged.severity_threshold, kImportThreshold);
+  EXPECT_FALSE(merged.overall_pass);
+
+  InputMerger high;
+  high.add_import(import_nhc("n1: nhc: x\n"));
+  Config const passed = high.finish(90);
+  EXPECT_EQ(passed.severity_threshold, 90);
+  EXPECT_TRUE(passed.overall_pass);
+}
+
+}  // namespace
+}  // namespace cli
+}  // namespace vesk
