@@ -29,7 +29,7 @@
 #include <string>
 #include <vector>
 
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 
 namespace vesk {
 namespace cli {

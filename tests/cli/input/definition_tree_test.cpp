@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "cli/input/input_error.hpp"
-#include "vesk/common/fwd.hpp"
+#include "vesk/common/framework_definition.hpp"
 
 #include <gtest/gtest.h>
 
