@@ -32,6 +32,7 @@
 #include <vector>
 
 #include "cli/input/document_loader.hpp"
+#include "cli/output/text_writer.hpp"
 #include "vesk/vesk.hpp"
 
 namespace {
@@ -82,47 +83,6 @@ class Phases {
   std::chrono::steady_clock::time_point wall_;
   rusage usage_{};
 };
-
-void print_text(std::string const& text) {
-  OutputLog log(OutputLog::NO_COLOR);
-  log << text;
-}
-
-std::size_t digit_count(std::size_t number) {
-  std::size_t digits = 1;
-  while (number >= 10) {
-    number /= 10;
-    ++digits;
-  }
-  return digits;
-}
-
-// As vesk-report's sections.
-void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
-                   bool fail, char const* heading) {
-  if (!data.sorted_outputs) return;
-  std::vector<std::pair<std::shared_ptr<vesk::CollapsedAnalysisOutput>, bool>>
-      issues;
-  for (bool const diagnoses : {true, false}) {
-    for (auto group = data.sorted_outputs->rbegin();
-         group != data.sorted_outputs->rend(); ++group) {
-      unsigned long const key = group->first.to_ulong();
-      if (((key & 16) != 0) != fail) continue;
-      if (((key & 3) == 0) != diagnoses) continue;
-      for (auto const& output : group->second) {
-        issues.emplace_back(output, diagnoses);
-      }
-    }
-  }
-  if (issues.empty()) return;
-  print_text(std::string(heading) + "\n\n");
-  int const number_width = static_cast<int>(digit_count(issues.size()));
-  int number = 0;
-  for (auto const& [output, diagnosis_form] : issues) {
-    uf.PrintOutput(output, data, ++number, number_width, "", diagnosis_form);
-    print_text("\n");
-  }
-}
 
 }  // namespace
 
@@ -180,13 +140,11 @@ int main(int argc, char** argv) {
     phases.end("drop Config results");
   }
 
-  print_section(uf, *data, true, "Issues contributing to FAIL");
-  print_section(uf, *data, false, "Other issues");
-  phases.end("print issues");
-  uf.Summarize(*data);
-  uf.print_validation(*data);
+  // vesk-report's own text writer: both sections, the summary and the
+  // validation block.
+  (void)vesk::cli::write_text_report(uf, *data);
   std::cout.flush();
-  phases.end("summary and validation");
+  phases.end("print the report");
   vesk::postprocessor::release_links(*data);
   phases.end("release_links");
 
