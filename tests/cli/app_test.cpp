@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "support/sink.hpp"
+#include "support/temp_file.hpp"
 #include "vesk/vesk.hpp"
 
 #include <gtest/gtest.h>
@@ -54,23 +55,7 @@ RunResult run_in(std::string const& dir, std::vector<std::string> const& args) {
 std::string const kBadDir = std::string(VESK_CLI_TEST_DIR) + "/bad";
 std::string const kInputDir = std::string(VESK_CLI_TEST_DIR) + "/inputs";
 
-// A file in the test's temporary directory, removed at the end of the test.
-class TempFile {
- public:
-  explicit TempFile(std::string const& name)
-      : path_(std::filesystem::temp_directory_path() /
-              (std::to_string(::getpid()) + "-" + name)) {}
-  ~TempFile() { std::filesystem::remove(path_); }
-  TempFile(TempFile const&) = delete;
-  TempFile& operator=(TempFile const&) = delete;
-  std::string path() const { return path_.string(); }
-  void write(std::string const& text) const {
-    std::ofstream(path_, std::ios::binary) << text;
-  }
-
- private:
-  std::filesystem::path path_;
-};
+using testing::TempFile;
 
 TEST(App, ApiExamples) {
   std::ostringstream out;

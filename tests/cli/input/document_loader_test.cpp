@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "support/temp_file.hpp"
 #include "vesk/common/config.hpp"
 
 #include <gtest/gtest.h>
@@ -27,23 +28,7 @@ namespace vesk {
 namespace cli {
 namespace {
 
-// A file in the test's temporary directory, removed at the end of the test.
-class TempFile {
- public:
-  explicit TempFile(std::string const& name)
-      : path_(std::filesystem::temp_directory_path() /
-              (std::to_string(::getpid()) + "-" + name)) {}
-  ~TempFile() { std::filesystem::remove(path_); }
-  TempFile(TempFile const&) = delete;
-  TempFile& operator=(TempFile const&) = delete;
-  std::string path() const { return path_.string(); }
-  void write(std::string const& text) const {
-    std::ofstream(path_, std::ios::binary) << text;
-  }
-
- private:
-  std::filesystem::path path_;
-};
+using testing::TempFile;
 
 // Loads `text`; returns the InputError's "place: what", or "" when it
 // loaded.

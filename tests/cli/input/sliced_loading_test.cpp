@@ -24,6 +24,7 @@
 
 #include "cli/input/document_loader.hpp"
 #include "cli/input/json_reader.hpp"
+#include "support/temp_file.hpp"
 #include "vesk/common/config.hpp"
 
 #include <gtest/gtest.h>
@@ -52,23 +53,7 @@ class SlicingScope {
   SlicingSettings saved_;
 };
 
-// A file in the test's temporary directory, removed at the end of the test.
-class TempFile {
- public:
-  explicit TempFile(std::string const& name)
-      : path_(std::filesystem::temp_directory_path() /
-              (std::to_string(::getpid()) + "-" + name)) {}
-  ~TempFile() { std::filesystem::remove(path_); }
-  TempFile(TempFile const&) = delete;
-  TempFile& operator=(TempFile const&) = delete;
-  std::string path() const { return path_.string(); }
-  void write(std::string const& text) const {
-    std::ofstream(path_, std::ios::binary) << text;
-  }
-
- private:
-  std::filesystem::path path_;
-};
+using testing::TempFile;
 
 std::string_view text_of(simdjson::padded_string const& bytes) {
   return std::string_view(bytes.data(), bytes.size());
