@@ -1,0 +1,54 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: json_writer.hpp
+//
+// The report as data: `--report json[=PATH]` renders the report model as
+// one JSON object, streamed as it is walked (never built in memory first,
+// so the report of a cluster with a million results costs no more memory
+// than the model itself). The text is compact, on one line, ended by a
+// line feed; `jq .` shows it indented.
+//
+// The object's fields, in this order, are described by
+// docs/report.schema.json. "schema_version" is "MAJOR.MINOR": a minor
+// version only adds fields, so a consumer reads every 1.x and ignores the
+// fields it does not know; a new major version may remove or rename fields.
+//
+// Example:
+//
+//   std::ostringstream out;
+//   vesk::cli::write_json_report(model, out);
+//   // {"schema_version":"1.0","generator":"vesk-report 1.1.0",...}\n
+
+#ifndef VESK_CLI_OUTPUT_JSON_WRITER_HPP_
+#define VESK_CLI_OUTPUT_JSON_WRITER_HPP_
+
+#include <ctime>
+#include <ostream>
+#include <string>
+
+#include "cli/output/report_model.hpp"
+
+namespace vesk {
+namespace cli {
+
+// The version of the report's layout that write_json_report writes.
+inline constexpr char const* kJsonSchemaVersion = "1.0";
+
+// write_json_report()
+//
+// Writes the JSON report of `model` to `out`. Throws std::runtime_error
+// when a string cannot be written as JSON (it is not UTF-8) or `out`
+// fails; what was written by then is not a complete report, and the
+// caller discards it.
+void write_json_report(ReportModel const& model, std::ostream& out);
+
+// rfc3339_utc()
+//
+// `time` as the report's "generated_at" text: UTC, to the second,
+// "2026-11-23T13:00:00Z".
+std::string rfc3339_utc(std::time_t time);
+
+}  // namespace cli
+}  // namespace vesk
+
+#endif  // VESK_CLI_OUTPUT_JSON_WRITER_HPP_
