@@ -1,0 +1,291 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: prometheus_writer.cpp
+//
+// Each family is collected as a list of series, sorted, then written;
+// nothing of the model is re-derived here beyond counting and taking the
+// highest severity per node.
+
+#include "cli/output/prometheus_writer.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#ifndef VESK_VERSION
+#define VESK_VERSION "unknown"
+#endif
+
+namespace vesk {
+namespace cli {
+namespace {
+
+constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
+
+// `raw` with every ill-formed UTF-8 sequence replaced by U+FFFD: one for
+// each maximal prefix of a well-formed sequence, and one for each byte that
+// cannot begin one (overlong forms, surrogates and code points above
+// U+10FFFF are ill-formed).
+std::string valid_utf8(std::string_view raw) {
+  std::string out;
+  out.reserve(raw.size());
+  std::size_t i = 0;
+  while (i < raw.size()) {
+    auto const lead = static_cast<unsigned char>(raw[i]);
+    if (lead < 0x80) {
+      out += raw[i];
+      ++i;
+      continue;
+    }
+    std::size_t length = 0;
+    unsigned char low = 0x80;  // the second byte's range
+    unsigned char high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2;
+    } else if (lead == 0xE0) {
+      length = 3;
+      low = 0xA0;
+    } else if ((lead >= 0xE1 && lead <= 0xEC) || lead == 0xEE || lead == 0xEF) {
+      length = 3;
+    } else if (lead == 0xED) {
+      length = 3;
+      high = 0x9F;
+    } else if (lead == 0xF0) {
+      length = 4;
+      low = 0x90;
+    } else if (lead >= 0xF1 && lead <= 0xF3) {
+      length = 4;
+    } else if (lead == 0xF4) {
+      length = 4;
+      high = 0x8F;
+    } else {
+      out += kReplacement;
+      ++i;
+      continue;
+    }
+    std::size_t next = i + 1;
+    bool complete = true;
+    for (std::size_t k = 1; k < length; ++k, ++next) {
+      if (next >= raw.size()) {
+        complete = false;
+        break;
+      }
+      auto const byte = static_cast<unsigned char>(raw[next]);
+      if (byte < (k == 1 ? low : 0x80) || byte > (k == 1 ? high : 0xBF)) {
+        complete = false;
+        break;
+      }
+    }
+    if (complete) {
+      out.append(raw.substr(i, length));
+    } else {
+      out += kReplacement;
+    }
+    i = next;
+  }
+  return out;
+}
+
+using Labels = std::vector<std::pair<std::string, std::string>>;
+
+struct Series {
+  Labels labels;  // in name order
+  std::int64_t value = 0;
+};
+
+struct Family {
+  std::string_view name;
+  std::string_view help;
+  std::vector<Series> series;
+
+  void add(Labels labels, std::int64_t value) {
+    std::sort(labels.begin(), labels.end());
+    series.push_back({std::move(labels), value});
+  }
+};
+
+void write_family(Family& family, std::ostream& out) {
+  std::sort(
+      family.series.begin(), family.series.end(),
+      [](Series const& a, Series const& b) { return a.labels < b.labels; });
+  out << "# HELP " << family.name << ' ' << prometheus_help_text(family.help)
+      << '\n'
+      << "# TYPE " << family.name << " gauge\n";
+  for (Series const& series : family.series) {
+    out << family.name;
+    if (!series.labels.empty()) {
+      out << '{';
+      char const* separator = "";
+      for (auto const& [name, value] : series.labels) {
+        out << separator << name << "=\"" << prometheus_label_value(value)
+            << '"';
+        separator = ",";
+      }
+      out << '}';
+    }
+    // std::to_string, unlike the stream, ignores the stream's locale.
+    out << ' ' << std::to_string(series.value) << '\n';
+  }
+}
+
+char const* section_name(bool fail_side) {
+  return fail_side ? "fail" : "other";
+}
+
+}  // namespace
+
+std::string prometheus_label_value(std::string_view raw) {
+  std::string out;
+  for (char c : valid_utf8(raw)) {
+    switch (c) {
+      case '\\':
+        out += "\\\\";
+        break;
+      case '"':
+        out += "\\\"";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
+
+std::string prometheus_help_text(std::string_view raw) {
+  std::string out;
+  for (char c : valid_utf8(raw)) {
+    switch (c) {
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
+
+void write_prometheus_report(ReportModel const& model, std::ostream& out) {
+  Family build{"vesk_build_info",
+               "The version of vesk-report that wrote these metrics; always 1.",
+               {}};
+  build.add({{"version", VESK_VERSION}}, 1);
+  write_family(build, out);
+
+  Family success{"vesk_report_success",
+                 "Whether the health check passed: 1 PASS, 0 FAIL.",
+                 {}};
+  success.add({}, model.passed ? 1 : 0);
+  write_family(success, out);
+
+  Family timestamp{"vesk_report_timestamp_seconds",
+                   "When the health check results were taken, in seconds "
+                   "since the Unix epoch.",
+                   {}};
+  timestamp.add({}, static_cast<std::int64_t>(model.generated_at));
+  write_family(timestamp, out);
+
+  Family nodes{"vesk_report_nodes",
+               "Nodes tested, and nodes with at least one listed issue.",
+               {}};
+  std::set<std::string> const tested(model.nodes_tested.begin(),
+                                     model.nodes_tested.end());
+  std::set<std::string> const with_issues(model.nodes_with_issues.begin(),
+                                          model.nodes_with_issues.end());
+  nodes.add({{"state", "tested"}}, static_cast<std::int64_t>(tested.size()));
+  nodes.add({{"state", "with_issues"}},
+            static_cast<std::int64_t>(with_issues.size()));
+  write_family(nodes, out);
+
+  // Every combination is written, 0 when no issue has it.
+  Family issues{"vesk_report_issues",
+                "Issues listed in the report, by section (fail: contributing "
+                "to FAIL), severity band and kind.",
+                {}};
+  std::map<std::tuple<bool, Band, IssueKind>, std::int64_t> issue_counts;
+  for (ReportIssue const& issue : model.issues) {
+    ++issue_counts[{issue.fail_side, issue.band, issue.kind}];
+  }
+  for (bool fail_side : {true, false}) {
+    for (Band band : {Band::kInformational, Band::kWarning, Band::kCritical}) {
+      for (IssueKind kind : {IssueKind::kDiagnosis, IssueKind::kObservation,
+                             IssueKind::kSecondaryObservation}) {
+        auto const found = issue_counts.find({fail_side, band, kind});
+        issues.add({{"section", section_name(fail_side)},
+                    {"band", band_name(band)},
+                    {"kind", kind_name(kind)}},
+                   found == issue_counts.end() ? 0 : found->second);
+      }
+    }
+  }
+  write_family(issues, out);
+
+  Family suppressed{"vesk_report_suppressed_issues",
+                    "Results left out of the report because they were "
+                    "suppressed.",
+                    {}};
+  suppressed.add({}, model.suppressed);
+  write_family(suppressed, out);
+
+  Family issue_nodes{"vesk_report_issue_nodes",
+                     "Nodes a listed issue appears on; section and number "
+                     "are its place in the printed report.",
+                     {}};
+  std::map<std::string, int> node_severity;
+  for (ReportIssue const& issue : model.issues) {
+    std::set<std::string> const hosts(issue.nodes.begin(), issue.nodes.end());
+    issue_nodes.add({{"section", section_name(issue.fail_side)},
+                     {"number", std::to_string(issue.number)},
+                     {"id", issue.id},
+                     {"kind", kind_name(issue.kind)},
+                     {"band", band_name(issue.band)}},
+                    static_cast<std::int64_t>(hosts.size()));
+    for (std::string const& host : hosts) {
+      auto const [place, added] = node_severity.emplace(host, issue.severity);
+      if (!added) {
+        place->second = std::max(place->second, issue.severity);
+      }
+    }
+  }
+  write_family(issue_nodes, out);
+
+  Family max_severity{"vesk_report_node_max_severity",
+                      "The highest severity of the listed issues on a node, "
+                      "for each node with one.",
+                      {}};
+  for (auto const& [host, severity] : node_severity) {
+    max_severity.add({{"node", host}}, severity);
+  }
+  write_family(max_severity, out);
+
+  Family definitions{"vesk_report_framework_definition_success",
+                     "The verdict of a titled framework definition: 1 PASS, "
+                     "0 FAIL.",
+                     {}};
+  for (ReportDefinition const& definition : model.framework_definitions) {
+    if (definition.title.empty()) {
+      continue;
+    }
+    if (definition.verdict == "PASS" || definition.verdict == "FAIL") {
+      definitions.add({{"name", definition.name}, {"title", definition.title}},
+                      definition.verdict == "PASS" ? 1 : 0);
+    }
+  }
+  write_family(definitions, out);
+}
+
+}  // namespace cli
+}  // namespace vesk
