@@ -1,0 +1,393 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: baseline.cpp
+//
+// The report is walked once, front to back. Its schema_version normally
+// comes first (the JSON writer puts it there) and is checked as soon as it
+// is met; when the walk fails before it has met one, the top object is
+// scanned for it once more, so that a report of another major version, or
+// a file that is no report at all, is named as such rather than by the
+// first field whose shape differs.
+
+#include "cli/history/baseline.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include "cli/input/byte_source.hpp"
+#include "cli/input/input_error.hpp"
+#include "cli/input/json_reader.hpp"
+
+#include <simdjson.h>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+namespace ondemand = simdjson::ondemand;
+
+constexpr char const* kNotAReport =
+    "expected a JSON report of vesk-report (--report json), found no "
+    "\"schema_version\"";
+
+// "MAJOR.MINOR", each a run of digits.
+bool is_version(std::string_view text) {
+  std::size_t const dot = text.find('.');
+  if (dot == std::string_view::npos || dot == 0 || dot + 1 == text.size()) {
+    return false;
+  }
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (i != dot && (text[i] < '0' || text[i] > '9')) return false;
+  }
+  return true;
+}
+
+// Refuses a schema_version that is not "1.MINOR".
+void check_version(std::string const& version, std::string const& place) {
+  if (!is_version(version)) {
+    throw InputError(
+        place,
+        "expected a schema version \"MAJOR.MINOR\", found \"" + version + "\"");
+  }
+  if (version.substr(0, version.find('.')) != "1") {
+    throw InputError(
+        place,
+        "expected a report of schema version 1.x, found \"" + version + "\"");
+  }
+}
+
+std::optional<IssueKind> kind_of(std::string_view name) {
+  if (name == "diagnosis") return IssueKind::kDiagnosis;
+  if (name == "observation") return IssueKind::kObservation;
+  if (name == "secondary_observation") {
+    return IssueKind::kSecondaryObservation;
+  }
+  return std::nullopt;
+}
+
+void sort_unique(std::vector<std::string>& names) {
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+}
+
+// The walk of one report.
+class BaselineReader {
+ public:
+  explicit BaselineReader(JsonReader& json) : json_(json) {}
+
+  void read(simdjson::padded_string_view bytes, Baseline& baseline) {
+    ondemand::object root = json_.open(bytes);
+    bool has_time = false;
+    bool has_nodes = false;
+    bool has_issues = false;
+    json_.for_each_member(
+        root, [&](std::string const& key, ondemand::value value) {
+          if (key == "schema_version") {
+            baseline.schema_version = json_.get_string(value);
+            check_version(baseline.schema_version, json_.path());
+            version_seen_ = true;
+          } else if (key == "generated_at") {
+            baseline.generated_at = get_time(value);
+            has_time = true;
+          } else if (key == "nodes") {
+            read_nodes(value, baseline);
+            has_nodes = true;
+          } else if (key == "issues") {
+            json_.for_each_element(
+                value, "an array of issues", [&](ondemand::value issue) {
+                  baseline.issues.push_back(read_issue(issue));
+                });
+            has_issues = true;
+          } else if (key == "node_history") {
+            read_history(value, baseline);
+            baseline.has_history = true;
+          } else {
+            json_.check_value(value);
+          }
+        });
+    json_.finish();
+    if (!version_seen_) throw InputError("", kNotAReport);
+    if (!has_time) json_.fail("expected the required key \"generated_at\"");
+    if (!has_nodes) json_.fail("expected the required key \"nodes\"");
+    if (!has_issues) json_.fail("expected the required key \"issues\"");
+  }
+
+  bool version_seen() const { return version_seen_; }
+
+ private:
+  std::string get_time(ondemand::value value) {
+    std::string text = json_.get_string(value);
+    if (!is_report_time(text)) {
+      json_.fail("expected a UTC time \"YYYY-MM-DDTHH:MM:SSZ\", found \"" +
+                 text + "\"");
+    }
+    return text;
+  }
+
+  void read_nodes(ondemand::value value, Baseline& baseline) {
+    bool has_with_issues = false;
+    json_.for_each_member(
+        value, "an object", [&](std::string const& key, ondemand::value item) {
+          if (key == "with_issues") {
+            baseline.nodes_with_issues = json_.get_strings(item);
+            has_with_issues = true;
+          } else {
+            json_.check_value(item);
+          }
+        });
+    if (!has_with_issues) {
+      json_.fail("expected the required key \"with_issues\"");
+    }
+    sort_unique(baseline.nodes_with_issues);
+  }
+
+  BaselineIssue read_issue(ondemand::value value) {
+    BaselineIssue issue;
+    bool has_kind = false;
+    bool has_id = false;
+    bool has_message = false;
+    bool has_nodes = false;
+    json_.for_each_member(
+        value, "an issue object",
+        [&](std::string const& key, ondemand::value item) {
+          if (key == "kind") {
+            std::string const name = json_.get_string(item);
+            std::optional<IssueKind> kind = kind_of(name);
+            if (!kind) {
+              json_.fail(
+                  "expected \"diagnosis\", \"observation\" or "
+                  "\"secondary_observation\", found \"" +
+                  name + "\"");
+            }
+            issue.kind = *kind;
+            has_kind = true;
+          } else if (key == "id") {
+            issue.id = json_.get_string(item);
+            has_id = true;
+          } else if (key == "message") {
+            issue.message = json_.get_string(item);
+            has_message = true;
+          } else if (key == "nodes") {
+            json_.for_each_element(
+                item, "an array of node lists", [&](ondemand::value group) {
+                  for (auto& name : json_.get_strings(group)) {
+                    issue.nodes.push_back(std::move(name));
+                  }
+                });
+            has_nodes = true;
+          } else if (key == "first_seen") {
+            issue.first_seen = get_time(item);
+          } else {
+            json_.check_value(item);
+          }
+        });
+    if (!has_kind) json_.fail("expected the required key \"kind\"");
+    if (!has_id) json_.fail("expected the required key \"id\"");
+    if (!has_message) json_.fail("expected the required key \"message\"");
+    if (!has_nodes) json_.fail("expected the required key \"nodes\"");
+    sort_unique(issue.nodes);
+    return issue;
+  }
+
+  void read_history(ondemand::value value, Baseline& baseline) {
+    bool has_count = false;
+    bool has_nodes = false;
+    json_.for_each_member(
+        value, "an object", [&](std::string const& key, ondemand::value item) {
+          if (key == "run_count") {
+            std::int32_t const count = json_.get_int32(item);
+            if (count < 1 || count > NodeHistory::kMaxRuns) {
+              json_.fail("expected a number of runs from 1 to " +
+                         std::to_string(NodeHistory::kMaxRuns));
+            }
+            baseline.history_runs = count;
+            has_count = true;
+          } else if (key == "nodes") {
+            json_.for_each_element(
+                item, "an array of node histories", [&](ondemand::value node) {
+                  baseline.nodes.push_back(read_node_history(node));
+                });
+            has_nodes = true;
+          } else {
+            json_.check_value(item);
+          }
+        });
+    if (!has_count) json_.fail("expected the required key \"run_count\"");
+    if (!has_nodes) json_.fail("expected the required key \"nodes\"");
+    std::sort(baseline.nodes.begin(), baseline.nodes.end(),
+              [](BaselineNode const& a, BaselineNode const& b) {
+                return a.node < b.node;
+              });
+    auto const twin =
+        std::adjacent_find(baseline.nodes.begin(), baseline.nodes.end(),
+                           [](BaselineNode const& a, BaselineNode const& b) {
+                             return a.node == b.node;
+                           });
+    if (twin != baseline.nodes.end()) {
+      json_.fail("expected each node once, found \"" + twin->node + "\" again");
+    }
+  }
+
+  BaselineNode read_node_history(ondemand::value value) {
+    BaselineNode node;
+    bool has_node = false;
+    bool has_runs = false;
+    json_.for_each_member(value, "a node history object",
+                          [&](std::string const& key, ondemand::value item) {
+                            if (key == "node") {
+                              node.node = json_.get_string(item);
+                              has_node = true;
+                            } else if (key == "runs") {
+                              json_.for_each_element(
+                                  item, "an array of true or false",
+                                  [&](ondemand::value run) {
+                                    node.history.push(json_.get_bool(run));
+                                  });
+                              has_runs = true;
+                            } else {
+                              json_.check_value(item);
+                            }
+                          });
+    if (!has_node) json_.fail("expected the required key \"node\"");
+    if (!has_runs) json_.fail("expected the required key \"runs\"");
+    return node;
+  }
+
+  JsonReader& json_;
+  bool version_seen_ = false;
+};
+
+// The top object's schema_version, looked for without walking the rest;
+// nothing when the file cannot be walked that far or has none.
+std::optional<std::string> find_version(simdjson::padded_string_view bytes) {
+  ondemand::parser parser;
+  ondemand::document doc;
+  if (parser.iterate(bytes).get(doc) != simdjson::SUCCESS) return std::nullopt;
+  ondemand::object root;
+  if (doc.get_object().get(root) != simdjson::SUCCESS) return std::nullopt;
+  for (auto member : root) {
+    ondemand::field field;
+    if (std::move(member).get(field) != simdjson::SUCCESS) return std::nullopt;
+    std::string_view key;
+    if (field.unescaped_key().get(key) != simdjson::SUCCESS) {
+      return std::nullopt;
+    }
+    if (key != "schema_version") continue;
+    std::string_view version;
+    if (field.value().get_string().get(version) != simdjson::SUCCESS) {
+      return std::nullopt;
+    }
+    return std::string(version);
+  }
+  return std::nullopt;
+}
+
+// The bytes stay whole (nothing is given back while walking), so that they
+// can be scanned again after a failed walk.
+Baseline read_bytes(char* data, std::size_t size, std::size_t capacity,
+                    std::string const& path) {
+  blank_byte_order_mark(data, size);
+  Baseline baseline;
+  baseline.path = path;
+  // Unknown fields are ignored without a word, so the reader has no
+  // warnings to give.
+  std::ostringstream no_warnings;
+  std::string const label = path;
+  JsonReader json(std::string_view(data, size), label, no_warnings, false);
+  simdjson::padded_string_view const bytes(data, size, capacity);
+  BaselineReader reader(json);
+  try {
+    reader.read(bytes, baseline);
+  } catch (InputError const&) {
+    if (reader.version_seen()) throw;
+    std::optional<std::string> version = find_version(bytes);
+    if (!version) {
+      // An object with no schema_version at its top is no report; broken
+      // JSON keeps the error that names its place.
+      ondemand::parser parser;
+      ondemand::document doc;
+      ondemand::object root;
+      if (parser.iterate(bytes).get(doc) == simdjson::SUCCESS &&
+          doc.get_object().get(root) == simdjson::SUCCESS) {
+        bool complete = true;
+        for (auto member : root) {
+          ondemand::field field;
+          if (std::move(member).get(field) != simdjson::SUCCESS) {
+            complete = false;
+            break;
+          }
+        }
+        if (complete) throw InputError("", kNotAReport);
+      }
+      throw;
+    }
+    check_version(*version, "schema_version");
+    throw;
+  }
+  return baseline;
+}
+
+}  // namespace
+
+void NodeHistory::push(bool with_issues) {
+  if (size_ == kMaxRuns) {
+    bits_ = static_cast<std::uint16_t>(bits_ >> 1);
+    --size_;
+  }
+  if (with_issues) bits_ = static_cast<std::uint16_t>(bits_ | (1U << size_));
+  ++size_;
+}
+
+int NodeHistory::transitions() const {
+  int changes = 0;
+  for (int i = 1; i < size_; ++i) {
+    if (at(i) != at(i - 1)) ++changes;
+  }
+  return changes;
+}
+
+bool is_report_time(std::string_view text) {
+  // YYYY-MM-DDTHH:MM:SSZ
+  static constexpr std::string_view kShape = "dddd-dd-ddTdd:dd:ddZ";
+  if (text.size() != kShape.size()) return false;
+  for (std::size_t i = 0; i < kShape.size(); ++i) {
+    bool const ok = kShape[i] == 'd' ? text[i] >= '0' && text[i] <= '9'
+                                     : text[i] == kShape[i];
+    if (!ok) return false;
+  }
+  auto number = [&](std::size_t at, std::size_t digits) {
+    int value = 0;
+    for (std::size_t i = at; i < at + digits; ++i)
+      value = value * 10 + (text[i] - '0');
+    return value;
+  };
+  int const year = number(0, 4);
+  int const month = number(5, 2);
+  int const day = number(8, 2);
+  if (month < 1 || month > 12 || day < 1) return false;
+  static constexpr int kDays[] = {31, 29, 31, 30, 31, 30,
+                                  31, 31, 30, 31, 30, 31};
+  bool const leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  int const days = month == 2 && !leap ? 28 : kDays[month - 1];
+  return day <= days && number(11, 2) <= 23 && number(14, 2) <= 59 &&
+         number(17, 2) <= 60;
+}
+
+Baseline read_baseline(std::string const& path) {
+  InputBytes bytes = read_input(path, simdjson::SIMDJSON_PADDING);
+  return read_bytes(bytes.data(), bytes.size(), bytes.capacity(), path);
+}
+
+Baseline read_baseline_text(std::string_view text, std::string const& path) {
+  std::string copy(text);
+  copy.append(simdjson::SIMDJSON_PADDING, '\0');
+  return read_bytes(copy.data(), text.size(), copy.size(), path);
+}
+
+}  // namespace cli
+}  // namespace vesk

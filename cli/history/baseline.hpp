@@ -1,0 +1,138 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: baseline.hpp
+//
+// `--baseline PATH`: the JSON report of an earlier run, read back so that
+// this run can say what changed since (comparison.hpp). Any report of
+// schema version 1.x is read: a minor version only adds fields, so fields
+// this reader does not know are ignored (their values must still be valid
+// JSON). Of a report it keeps what the comparison needs:
+//
+//   schema_version          "1.MINOR" (required; another major version is
+//                           refused)
+//   generated_at            the earlier run's time (required)
+//   nodes.with_issues       the hosts with issues then (required)
+//   issues[]                kind, id, message (the issue's identity) and
+//                           nodes (its node groups) (required), first_seen
+//                           (1.1, optional)
+//   node_history            (1.1, optional) the per-node histories the
+//                           earlier run carried, see NodeHistory
+//
+// The file is read in full, with the bounds, the UTF-8 check and the key
+// paths of the other JSON inputs (cli/input/json_reader.hpp), before any
+// report is written. Anything that makes it unusable (a missing, unreadable,
+// truncated or broken file, a file that is not a report, another major
+// version, a known field of the wrong shape) is an InputError, which the
+// program turns into one line on standard error and exit status 2.
+//
+// Example:
+//
+//   Baseline before = read_baseline("last-run.json");
+//   before.generated_at;          // "2026-11-22T06:00:00Z"
+//   before.issues.front().nodes;  // {"node01", "node02"}
+//   // a report of schema version 2.0 throws InputError{"schema_version",
+//   //   "expected a report of schema version 1.x, found \"2.0\""}
+
+#ifndef VESK_CLI_HISTORY_BASELINE_HPP_
+#define VESK_CLI_HISTORY_BASELINE_HPP_
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/output/report_model.hpp"
+
+namespace vesk {
+namespace cli {
+
+// NodeHistory
+//
+// Whether one node had issues in each of the last runs of a chain of runs
+// (this run, its baseline, that run's baseline, ...), oldest first, at most
+// kMaxRuns of them. A run counts as one "with issues" for a node when the
+// node is among that run's nodes with issues; a run that found none on it,
+// or did not test it, counts as one without.
+class NodeHistory {
+ public:
+  static constexpr int kMaxRuns = 10;
+
+  // Appends the newest run, dropping the oldest beyond kMaxRuns.
+  void push(bool with_issues);
+
+  int size() const { return size_; }
+  // Run `i`, 0 the oldest.
+  bool at(int i) const { return ((bits_ >> i) & 1U) != 0; }
+  // True when any run of the history had issues on the node.
+  bool any() const { return bits_ != 0; }
+  // How often the state changed between consecutive runs: from 0 to
+  // size() - 1.
+  int transitions() const;
+  // A node flaps when its state changed at least kFlappingTransitions
+  // times within its history (of at most ten runs, so at most nine
+  // changes).
+  static constexpr int kFlappingTransitions = 4;
+  bool flapping() const { return transitions() >= kFlappingTransitions; }
+
+  friend bool operator==(NodeHistory const& a, NodeHistory const& b) {
+    return a.size_ == b.size_ && a.bits_ == b.bits_;
+  }
+
+ private:
+  std::uint16_t bits_ = 0;  // bit i: run i, 0 the oldest
+  int size_ = 0;
+};
+
+// One issue of the earlier run.
+struct BaselineIssue {
+  IssueKind kind = IssueKind::kObservation;
+  std::string id;
+  std::string message;
+  std::vector<std::string> nodes;  // distinct host names, sorted
+  std::string first_seen;          // RFC 3339, "" when the report has none
+};
+
+// One node's history as the earlier run wrote it.
+struct BaselineNode {
+  std::string node;
+  NodeHistory history;
+};
+
+// Baseline
+struct Baseline {
+  std::string path;            // as given on the command line
+  std::string schema_version;  // "1.0", "1.1", ...
+  std::string generated_at;    // RFC 3339 UTC, "2026-11-22T06:00:00Z"
+  std::vector<std::string> nodes_with_issues;  // sorted, distinct
+  std::vector<BaselineIssue> issues;           // in the report's order
+  // Whether the report carried node histories (a run with --baseline
+  // writes them); without them, the earlier run is the first of its chain.
+  bool has_history = false;
+  int history_runs = 0;             // runs the histories cover, 1 to 10
+  std::vector<BaselineNode> nodes;  // the histories, sorted by node
+};
+
+// read_baseline()
+//
+// Reads the report at `path` ("-": standard input). Throws InputError when
+// it cannot be used; the place names a key path ("issues[3].kind") or a
+// "line:column" position, or is "" when the file itself is the problem.
+Baseline read_baseline(std::string const& path);
+
+// read_baseline_text()
+//
+// As read_baseline(), from bytes already in memory (the tests).
+Baseline read_baseline_text(std::string_view text, std::string const& path);
+
+// is_report_time()
+//
+// True when `text` is a time as reports write it: RFC 3339 in UTC, to the
+// second, "YYYY-MM-DDTHH:MM:SSZ", with a real month, day, hour, minute and
+// second (a leap second 60 allowed).
+bool is_report_time(std::string_view text);
+
+}  // namespace cli
+}  // namespace vesk
+
+#endif  // VESK_CLI_HISTORY_BASELINE_HPP_

@@ -1,0 +1,292 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: baseline_test.cpp
+//
+// Reading the JSON report of an earlier run: what is kept of a 1.0 and a
+// 1.1 report, unknown fields of any later 1.x ignored, and every way a
+// file can be unusable (missing, a directory, empty, truncated, broken,
+// not a report, another major version, a known field of the wrong shape),
+// each with the place and the text of its one error line.
+
+#include "cli/history/baseline.hpp"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "cli/input/input_error.hpp"
+#include "support/temp_file.hpp"
+
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+// A 1.0 report as the JSON writer writes it, with two issues.
+std::string const kReport10 = R"({"schema_version":"1.0",
+"generator":"vesk-report 1.1.0","generated_at":"2026-11-22T06:00:00Z",
+"inputs":[{"format":"vesk","path":"c.json"}],"threshold":25,
+"fail_level":null,"result":"FAIL",
+"nodes":{"tested":["n1","n2","n3"],"with_issues":["n2","n1"],
+ "tested_text":"n[1-3]","with_issues_text":"n[1-2]"},
+"counts":{"fail":{"diagnoses":0,"observations":1,"total":1,"bands":[]},
+ "other":{"diagnoses":0,"observations":1,"total":1,"bands":[]}},
+"suppressed":0,"skipped_definitions":[],
+"issues":[
+ {"ref":0,"section":"fail","number":1,"id":"gpu-ecc","kind":"observation",
+  "severity":80,"band":"critical","message":"ECC errors","remedy":"",
+  "nodes":[["n2","n1"],["n1"]],"node_count":2,"nodes_text":"n[1-2]",
+  "row_ids":[3],"framework_definitions":[],"based_on":[],"explains":[]},
+ {"ref":1,"section":"other","number":1,"id":"kernel#5","kind":
+  "secondary_observation","severity":5,"band":"informational",
+  "message":"Old kernel","remedy":"","nodes":[["n2"]],"node_count":1,
+  "nodes_text":"n2","row_ids":[],"framework_definitions":[],"based_on":[],
+  "explains":[]}],
+"framework_definitions":[]}
+)";
+
+Baseline read(std::string const& text) {
+  return read_baseline_text(text, "last.json");
+}
+
+// The error of reading `text`: "<place>|<what>".
+std::string error_of(std::string const& text) {
+  try {
+    read(text);
+  } catch (InputError const& e) {
+    return e.place + "|" + e.what();
+  }
+  return "no error";
+}
+
+std::string replaced(std::string text, std::string const& from,
+                     std::string const& to) {
+  std::size_t const at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  if (at != std::string::npos) text.replace(at, from.size(), to);
+  return text;
+}
+
+std::vector<bool> runs_of(NodeHistory const& history) {
+  std::vector<bool> runs;
+  for (int i = 0; i < history.size(); ++i) runs.push_back(history.at(i));
+  return runs;
+}
+
+TEST(NodeHistory, KeepsTheLastTenRunsOldestFirst) {
+  NodeHistory history;
+  EXPECT_EQ(history.size(), 0);
+  EXPECT_FALSE(history.any());
+  // Twelve runs: true at 0, 1 and 11.
+  for (int i = 0; i < 12; ++i) history.push(i == 0 || i == 1 || i == 11);
+  EXPECT_EQ(history.size(), 10);
+  // Runs 2..11 are kept.
+  EXPECT_EQ(runs_of(history),
+            (std::vector<bool>{false, false, false, false, false, false, false,
+                               false, false, true}));
+  EXPECT_EQ(history.transitions(), 1);
+}
+
+TEST(NodeHistory, FlapsFromFourChangesOfState) {
+  NodeHistory three;  // F T F T: three changes
+  for (bool run : {false, true, false, true}) three.push(run);
+  EXPECT_EQ(three.transitions(), 3);
+  EXPECT_FALSE(three.flapping());
+  NodeHistory four = three;  // F T F T F: four
+  four.push(false);
+  EXPECT_EQ(four.transitions(), 4);
+  EXPECT_TRUE(four.flapping());
+  NodeHistory most;  // ten alternating runs: nine changes
+  for (int i = 0; i < 10; ++i) most.push(i % 2 == 0);
+  EXPECT_EQ(most.transitions(), 9);
+  EXPECT_TRUE(most.flapping());
+}
+
+TEST(ReportTime, AcceptsOnlyRealUtcTimesToTheSecond) {
+  EXPECT_TRUE(is_report_time("2026-11-22T06:00:00Z"));
+  EXPECT_TRUE(is_report_time("2024-02-29T23:59:60Z"));
+  EXPECT_FALSE(is_report_time("2026-02-29T00:00:00Z"));
+  EXPECT_FALSE(is_report_time("1900-02-29T00:00:00Z"));
+  EXPECT_TRUE(is_report_time("2000-02-29T00:00:00Z"));
+  EXPECT_FALSE(is_report_time("2026-11-22T06:00:00+00:00"));
+  EXPECT_FALSE(is_report_time("2026-11-22T06:00:00.5Z"));
+  EXPECT_FALSE(is_report_time("2026-11-22t06:00:00Z"));
+  EXPECT_FALSE(is_report_time("2026-13-01T00:00:00Z"));
+  EXPECT_FALSE(is_report_time("2026-04-31T00:00:00Z"));
+  EXPECT_FALSE(is_report_time("2026-11-22T24:00:00Z"));
+  EXPECT_FALSE(is_report_time(""));
+}
+
+TEST(Baseline, ReadsWhatTheComparisonNeedsOfA10Report) {
+  Baseline const baseline = read(kReport10);
+  EXPECT_EQ(baseline.path, "last.json");
+  EXPECT_EQ(baseline.schema_version, "1.0");
+  EXPECT_EQ(baseline.generated_at, "2026-11-22T06:00:00Z");
+  EXPECT_EQ(baseline.nodes_with_issues, (std::vector<std::string>{"n1", "n2"}));
+  ASSERT_EQ(baseline.issues.size(), 2u);
+  EXPECT_EQ(baseline.issues[0].kind, IssueKind::kObservation);
+  EXPECT_EQ(baseline.issues[0].id, "gpu-ecc");
+  EXPECT_EQ(baseline.issues[0].message, "ECC errors");
+  // The node groups as one sorted list of distinct hosts.
+  EXPECT_EQ(baseline.issues[0].nodes, (std::vector<std::string>{"n1", "n2"}));
+  EXPECT_EQ(baseline.issues[0].first_seen, "");
+  EXPECT_EQ(baseline.issues[1].kind, IssueKind::kSecondaryObservation);
+  EXPECT_EQ(baseline.issues[1].id, "kernel#5");
+  EXPECT_FALSE(baseline.has_history);
+  EXPECT_TRUE(baseline.nodes.empty());
+}
+
+TEST(Baseline, ReadsFirstSeenAndNodeHistoriesOfA11Report) {
+  std::string text = replaced(kReport10, "\"1.0\"", "\"1.1\"");
+  text = replaced(text, "\"explains\":[]}", R"("explains":[],
+      "change":"persisting","first_seen":"2026-11-01T00:00:00Z",
+      "nodes_gained":[],"nodes_lost":["n3"]})");
+  text = replaced(text, "\"framework_definitions\":[]}\n",
+                  R"("framework_definitions":[],
+  "baseline":{"path":"x.json","generated_at":"2026-11-21T06:00:00Z",
+              "schema_version":"1.1"},
+  "resolved_issues":[],"node_changes":{"new":[],"recovered":[]},
+  "node_history":{"run_count":3,"nodes":[
+    {"node":"n2","runs":[true,false,true],"flapping":false},
+    {"node":"n1","runs":[false,true,true],"flapping":false}]}}
+)");
+  Baseline const baseline = read(text);
+  EXPECT_EQ(baseline.schema_version, "1.1");
+  EXPECT_EQ(baseline.issues[0].first_seen, "2026-11-01T00:00:00Z");
+  EXPECT_EQ(baseline.issues[1].first_seen, "");
+  EXPECT_TRUE(baseline.has_history);
+  EXPECT_EQ(baseline.history_runs, 3);
+  ASSERT_EQ(baseline.nodes.size(), 2u);
+  EXPECT_EQ(baseline.nodes[0].node, "n1");  // sorted
+  EXPECT_EQ(runs_of(baseline.nodes[0].history),
+            (std::vector<bool>{false, true, true}));
+  EXPECT_EQ(baseline.nodes[1].node, "n2");
+  EXPECT_EQ(runs_of(baseline.nodes[1].history),
+            (std::vector<bool>{true, false, true}));
+}
+
+TEST(Baseline, IgnoresFieldsItDoesNotKnowOfAnyLaterMinorVersion) {
+  std::string text = replaced(kReport10, "\"1.0\"", "\"1.27\"");
+  text =
+      replaced(text, "{\"schema_version\"",
+               R"({"future":{"deep":[1,2.5e3,{"x":null}]},"schema_version")");
+  text = replaced(text, "\"row_ids\":[3]",
+                  R"("row_ids":[3],"owner":{"team":"hpc","since":[true]})");
+  text = replaced(text, "\"tested_text\"",
+                  R"("racks":{"r1":["n1"]},"tested_text")");
+  Baseline const baseline = read(text);
+  EXPECT_EQ(baseline.schema_version, "1.27");
+  EXPECT_EQ(baseline.issues.size(), 2u);
+  // Their values must still be JSON.
+  EXPECT_EQ(error_of(replaced(text, "2.5e3", "2.5e")),
+            "1:22|expected a JSON value, found \"2.5e\"");
+}
+
+TEST(Baseline, RefusesAnotherMajorVersion) {
+  EXPECT_EQ(error_of(replaced(kReport10, "\"1.0\"", "\"2.0\"")),
+            "schema_version|expected a report of schema version 1.x, found "
+            "\"2.0\"");
+  EXPECT_EQ(error_of(replaced(kReport10, "\"1.0\"", "\"0.9\"")),
+            "schema_version|expected a report of schema version 1.x, found "
+            "\"0.9\"");
+  EXPECT_EQ(error_of(replaced(kReport10, "\"1.0\"", "\"1\"")),
+            "schema_version|expected a schema version \"MAJOR.MINOR\", found "
+            "\"1\"");
+  // A version 2 whose layout differs, with its version last: the version
+  // is what is named, not the first field of another shape.
+  EXPECT_EQ(error_of(R"({"issues":{"count":3},"schema_version":"2.1"})"),
+            "schema_version|expected a report of schema version 1.x, found "
+            "\"2.1\"");
+}
+
+TEST(Baseline, RefusesAFileThatIsNotAReport) {
+  std::string const not_a_report =
+      "|expected a JSON report of vesk-report (--report json), found no "
+      "\"schema_version\"";
+  // An analysis result document.
+  EXPECT_EQ(error_of(R"({"nodes":[{"hostname":"n1"}],"observations":[]})"),
+            not_a_report);
+  EXPECT_EQ(error_of("{}"), not_a_report);
+  EXPECT_EQ(error_of(replaced(kReport10, "\"schema_version\":\"1.0\",", "")),
+            not_a_report);
+  EXPECT_EQ(error_of("[1, 2]"), "1:1|expected a JSON object");
+}
+
+TEST(Baseline, RefusesBrokenAndTruncatedFiles) {
+  EXPECT_EQ(error_of(""), "1:1|expected a JSON object, found an empty file");
+  EXPECT_EQ(error_of("  \n"), "2:1|expected a JSON object, found only blanks");
+  // Cut in the middle of the issues.
+  std::string const cut = kReport10.substr(0, kReport10.find("\"kernel#5\""));
+  std::string const error = error_of(cut);
+  EXPECT_EQ(error.rfind("15:", 0), 0u) << error;
+  EXPECT_NE(error.find("|expected valid JSON ("), std::string::npos) << error;
+  EXPECT_EQ(error_of(replaced(kReport10, "\"message\":\"ECC errors\"",
+                              "\"message\":\"ECC \xff errors\"")),
+            "12:50|expected UTF-8 text");
+  EXPECT_EQ(error_of(kReport10 + "{}"),
+            "21:1|expected the end of the document");
+}
+
+TEST(Baseline, NamesTheKnownFieldOfTheWrongShape) {
+  EXPECT_EQ(
+      error_of(replaced(kReport10, "\"generated_at\":\"2026-11-22T06:00:00Z\"",
+                        "\"generated_at\":\"yesterday\"")),
+      "generated_at|expected a UTC time \"YYYY-MM-DDTHH:MM:SSZ\", found "
+      "\"yesterday\"");
+  EXPECT_EQ(error_of(replaced(kReport10, "\"kind\":\"observation\"",
+                              "\"kind\":\"finding\"")),
+            "issues[0].kind|expected \"diagnosis\", \"observation\" or "
+            "\"secondary_observation\", found \"finding\"");
+  EXPECT_EQ(error_of(replaced(kReport10, "\"nodes\":[[\"n2\",\"n1\"],[\"n1\"]]",
+                              "\"nodes\":[\"n2\"]")),
+            "issues[0].nodes[0]|expected an array of strings");
+  EXPECT_EQ(error_of(replaced(kReport10, "\"id\":\"gpu-ecc\",", "")),
+            "issues[0]|expected the required key \"id\"");
+  EXPECT_EQ(
+      error_of(replaced(kReport10, "\"with_issues\":[\"n2\",\"n1\"],", "")),
+      "nodes|expected the required key \"with_issues\"");
+  EXPECT_EQ(error_of(replaced(
+                kReport10, "\"generated_at\":\"2026-11-22T06:00:00Z\",", "")),
+            "21:1|expected the required key \"generated_at\"");
+  std::string const history = replaced(
+      kReport10, "\"framework_definitions\":[]}\n",
+      R"("framework_definitions":[],"node_history":{"run_count":11,"nodes":[]}})");
+  EXPECT_EQ(error_of(history),
+            "node_history.run_count|expected a number of runs from 1 to 10");
+  std::string const twice = replaced(
+      kReport10, "\"framework_definitions\":[]}\n",
+      R"("framework_definitions":[],"node_history":{"run_count":1,"nodes":[
+      {"node":"n1","runs":[true]},{"node":"n1","runs":[true]}]}})");
+  EXPECT_EQ(error_of(twice),
+            "node_history|expected each node once, found \"n1\" again");
+}
+
+TEST(Baseline, RefusesFilesThatCannotBeRead) {
+  auto error_at = [](std::string const& path) -> std::string {
+    try {
+      read_baseline(path);
+    } catch (InputError const& e) {
+      return e.place + "|" + e.what();
+    }
+    return "no error";
+  };
+  EXPECT_EQ(error_at("/nonexistent/last.json"),
+            "|expected a readable file (No such file or directory)");
+  EXPECT_EQ(error_at("/"), "|expected a file, found a directory");
+  testing::TempFile file("baseline-unreadable.json");
+  file.write(kReport10);
+  ASSERT_EQ(::chmod(file.path().c_str(), 0), 0);
+  if (::geteuid() != 0) {
+    EXPECT_EQ(error_at(file.path()),
+              "|expected a readable file (Permission denied)");
+  }
+  ASSERT_EQ(::chmod(file.path().c_str(), 0600), 0);
+  EXPECT_EQ(read_baseline(file.path()).issues.size(), 2u);
+}
+
+}  // namespace
+}  // namespace cli
+}  // namespace vesk
