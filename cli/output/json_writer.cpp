@@ -4,6 +4,8 @@
 
 #include "cli/output/json_writer.hpp"
 
+#include "cli/history/comparison.hpp"
+
 #include <rapidjson/encodings.h>
 #include <rapidjson/rapidjson.h>
 #include <rapidjson/writer.h>
@@ -172,7 +174,19 @@ void write_section_count(Emitter& json, SectionCount const& section) {
   json.end_object();
 }
 
-void write_issue(Emitter& json, ReportIssue const& issue) {
+// With a baseline: how the issue stands against it.
+void write_issue_change(Emitter& json, IssueComparison const& compared) {
+  json.member("change", change_name(compared.change));
+  json.member("first_seen", compared.first_seen);
+  if (compared.change != IssueChange::kPersisting) return;
+  json.key("nodes_gained");
+  json.strings(compared.nodes_gained);
+  json.key("nodes_lost");
+  json.strings(compared.nodes_lost);
+}
+
+void write_issue(Emitter& json, ReportIssue const& issue,
+                 ReportChanges const* changes) {
   json.begin_object();
   json.key("ref");
   json.index(issue.ref);
@@ -201,6 +215,8 @@ void write_issue(Emitter& json, ReportIssue const& issue) {
   json.indexes(issue.based_on);
   json.key("explains");
   json.indexes(issue.explains);
+  if (changes != nullptr)
+    write_issue_change(json, changes->issues.at(issue.ref));
   json.end_object();
 }
 
@@ -215,6 +231,59 @@ void write_definition(Emitter& json, ReportDefinition const& definition) {
   json.member("fail", definition.fail_issues);
   json.member("other", definition.other_issues);
   json.end_object();
+  json.end_object();
+}
+
+// With a baseline, after the fields every report has: the earlier run,
+// the issues resolved since, the nodes that changed, the node histories.
+void write_changes(Emitter& json, ReportChanges const& changes) {
+  json.key("baseline");
+  json.begin_object();
+  json.member("path", changes.baseline_path);
+  json.member("generated_at", changes.baseline_generated_at);
+  json.member("schema_version", changes.baseline_schema_version);
+  json.end_object();
+
+  json.key("resolved_issues");
+  json.begin_array();
+  for (auto const& issue : changes.resolved) {
+    json.begin_object();
+    json.member("id", issue.id);
+    json.member("kind", kind_name(issue.kind));
+    json.member("message", issue.message);
+    json.key("nodes");
+    json.strings(issue.nodes);
+    json.member("first_seen", issue.first_seen);
+    json.end_object();
+  }
+  json.end_array();
+
+  json.key("node_changes");
+  json.begin_object();
+  json.key("new");
+  json.strings(changes.new_nodes);
+  json.key("recovered");
+  json.strings(changes.recovered_nodes);
+  json.end_object();
+
+  json.key("node_history");
+  json.begin_object();
+  json.member("run_count", changes.history_runs);
+  json.key("nodes");
+  json.begin_array();
+  for (auto const& entry : changes.history) {
+    json.begin_object();
+    json.member("node", entry.node);
+    json.key("runs");
+    json.begin_array();
+    for (int i = 0; i < entry.history.size(); ++i) {
+      json.boolean(entry.history.at(i));
+    }
+    json.end_array();
+    json.member_bool("flapping", entry.history.flapping());
+    json.end_object();
+  }
+  json.end_array();
   json.end_object();
 }
 
@@ -284,7 +353,9 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
 
   json.key("issues");
   json.begin_array();
-  for (auto const& issue : model.issues) write_issue(json, issue);
+  for (auto const& issue : model.issues) {
+    write_issue(json, issue, model.changes.get());
+  }
   json.end_array();
 
   json.key("framework_definitions");
@@ -293,6 +364,7 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
     write_definition(json, definition);
   }
   json.end_array();
+  if (model.changes) write_changes(json, *model.changes);
   json.end_object();
 
   if (!json.complete()) {

@@ -32,7 +32,11 @@ namespace vesk {
 namespace cli {
 
 // The version of the report's layout that write_json_report writes.
-inline constexpr char const* kJsonSchemaVersion = "1.0";
+// 1.1 added what changed since a baseline (--baseline): per issue
+// "change", "first_seen" and, for a persisting one, "nodes_gained" and
+// "nodes_lost"; at the top "baseline", "resolved_issues", "node_changes"
+// and "node_history". They are written only with a baseline.
+inline constexpr char const* kJsonSchemaVersion = "1.1";
 
 // write_json_report()
 //

@@ -136,6 +136,8 @@ struct ReportDefinition {
   int other_issues = 0;  // listed issues on the other side that name it
 };
 
+struct ReportChanges;  // cli/history/comparison.hpp
+
 // ReportModel
 struct ReportModel {
   RunInfo run;
@@ -156,6 +158,9 @@ struct ReportModel {
   std::vector<std::string> skipped_definitions;  // names, in name order
   std::vector<ReportIssue> issues;
   std::vector<ReportDefinition> framework_definitions;  // name order
+  // With --baseline: what changed since the earlier run, set after the
+  // model is built; null otherwise.
+  std::shared_ptr<ReportChanges const> changes;
 };
 
 // build_report_model()

@@ -162,7 +162,7 @@ TEST(JsonWriter, WritesOneLineEndedByALineFeed) {
   ASSERT_FALSE(report.empty());
   EXPECT_EQ(report.back(), '\n');
   EXPECT_EQ(report.find('\n'), report.size() - 1);
-  EXPECT_EQ(report.rfind("{\"schema_version\":\"1.0\",", 0), 0u) << report;
+  EXPECT_EQ(report.rfind("{\"schema_version\":\"1.1\",", 0), 0u) << report;
 }
 
 TEST(JsonWriter, MembersInTheDocumentedOrder) {
@@ -192,7 +192,7 @@ TEST(JsonWriter, MembersInTheDocumentedOrder) {
 TEST(JsonWriter, RunFields) {
   Parsed json(write(sample()));
   auto root = json.root;
-  EXPECT_EQ(text(root["schema_version"]), "1.0");
+  EXPECT_EQ(text(root["schema_version"]), "1.1");
   EXPECT_EQ(text(root["generator"]), "vesk-report 1.1.0");
   EXPECT_EQ(text(root["generated_at"]), "2026-11-23T13:00:00Z");
   auto inputs = root["inputs"].get_array().value();

@@ -1,0 +1,194 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: comparison.cpp
+
+#include "cli/history/comparison.hpp"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "cli/output/json_writer.hpp"
+
+namespace vesk {
+namespace cli {
+namespace {
+
+// An identity as a sort key: id, then message, then kind, so the maps
+// below hand out their entries in the order the lists are written.
+using IdentityKey = std::tuple<std::string_view, std::string_view, int>;
+
+IdentityKey key_of(IssueKind kind, std::string const& id,
+                   std::string const& message) {
+  return {id, message, static_cast<int>(kind)};
+}
+
+std::vector<std::string> sorted_union(std::vector<std::string> const& a,
+                                      std::vector<std::string> const& b) {
+  std::vector<std::string> out;
+  out.reserve(a.size() + b.size());
+  std::set_union(a.begin(), a.end(), b.begin(), b.end(),
+                 std::back_inserter(out));
+  return out;
+}
+
+std::vector<std::string> difference(std::vector<std::string> const& a,
+                                    std::vector<std::string> const& b) {
+  std::vector<std::string> out;
+  std::set_difference(a.begin(), a.end(), b.begin(), b.end(),
+                      std::back_inserter(out));
+  return out;
+}
+
+std::vector<std::string> sorted_copy(std::vector<std::string> names) {
+  std::sort(names.begin(), names.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
+  return names;
+}
+
+// The issues of one side, grouped by identity.
+struct Side {
+  IssueKind kind = IssueKind::kObservation;
+  std::string const* id = nullptr;
+  std::string const* message = nullptr;
+  std::vector<std::string> nodes;
+  std::string first_seen;  // baseline only: the earliest
+};
+
+IssueIdentity identity_of(Side const& side) {
+  return IssueIdentity{side.kind, *side.id, *side.message, side.nodes,
+                       side.first_seen};
+}
+
+}  // namespace
+
+char const* change_name(IssueChange change) {
+  return change == IssueChange::kNew ? "new" : "persisting";
+}
+
+ReportChanges compare_with_baseline(ReportModel const& model,
+                                    Baseline const& baseline) {
+  ReportChanges changes;
+  changes.baseline_path = baseline.path;
+  changes.baseline_generated_at = baseline.generated_at;
+  changes.baseline_schema_version = baseline.schema_version;
+  changes.generated_at = rfc3339_utc(model.generated_at);
+
+  std::map<IdentityKey, Side> before;
+  for (auto const& issue : baseline.issues) {
+    Side& side = before[key_of(issue.kind, issue.id, issue.message)];
+    std::string const& seen =
+        issue.first_seen.empty() ? baseline.generated_at : issue.first_seen;
+    if (side.id == nullptr) {
+      side = Side{issue.kind, &issue.id, &issue.message, issue.nodes, seen};
+    } else {
+      side.nodes = sorted_union(side.nodes, issue.nodes);
+      // Report times of one shape compare as text.
+      side.first_seen = std::min(side.first_seen, seen);
+    }
+  }
+
+  std::map<IdentityKey, Side> now;
+  for (auto const& issue : model.issues) {
+    Side& side = now[key_of(issue.kind, issue.id, issue.message)];
+    std::vector<std::string> nodes = sorted_copy(issue.nodes);
+    if (side.id == nullptr) {
+      side = Side{issue.kind, &issue.id, &issue.message, std::move(nodes), ""};
+    } else {
+      side.nodes = sorted_union(side.nodes, nodes);
+    }
+  }
+
+  // Identities: new, persisting (changed or not), resolved.
+  for (auto const& [key, side] : now) {
+    auto const found = before.find(key);
+    if (found == before.end()) {
+      IssueIdentity identity = identity_of(side);
+      identity.first_seen = changes.generated_at;
+      changes.new_identities.push_back(std::move(identity));
+      continue;
+    }
+    ChangedIssue changed{side.kind, *side.id, *side.message,
+                         difference(side.nodes, found->second.nodes),
+                         difference(found->second.nodes, side.nodes)};
+    if (!changed.nodes_gained.empty() || !changed.nodes_lost.empty()) {
+      changes.changed.push_back(std::move(changed));
+    }
+  }
+  for (auto const& [key, side] : before) {
+    if (now.count(key) == 0) changes.resolved.push_back(identity_of(side));
+  }
+
+  // Each issue of this run.
+  changes.issues.reserve(model.issues.size());
+  for (auto const& issue : model.issues) {
+    IdentityKey const key = key_of(issue.kind, issue.id, issue.message);
+    IssueComparison compared;
+    auto const found = before.find(key);
+    if (found == before.end()) {
+      compared.change = IssueChange::kNew;
+      compared.first_seen = changes.generated_at;
+      ++changes.new_issues;
+    } else {
+      Side const& then = found->second;
+      Side const& current = now.at(key);
+      compared.change = IssueChange::kPersisting;
+      compared.first_seen = then.first_seen;
+      compared.nodes_gained = difference(current.nodes, then.nodes);
+      compared.nodes_lost = difference(then.nodes, current.nodes);
+      ++changes.persisting_issues;
+    }
+    changes.issues.push_back(std::move(compared));
+  }
+
+  // Nodes.
+  std::vector<std::string> const with_issues =
+      sorted_copy(model.nodes_with_issues);
+  std::vector<std::string> const had_issues =
+      sorted_copy(baseline.nodes_with_issues);
+  changes.new_nodes = difference(with_issues, had_issues);
+  changes.recovered_nodes = difference(had_issues, with_issues);
+
+  // Histories: every node the baseline has a history for, had issues in
+  // the baseline, or has issues now.
+  int const earlier_runs = baseline.has_history ? baseline.history_runs : 1;
+  changes.history_runs = std::min(earlier_runs + 1, NodeHistory::kMaxRuns);
+  std::vector<std::string> nodes = sorted_union(had_issues, with_issues);
+  {
+    std::vector<std::string> tracked;
+    tracked.reserve(baseline.nodes.size());
+    for (auto const& entry : baseline.nodes) tracked.push_back(entry.node);
+    nodes = sorted_union(nodes, sorted_copy(std::move(tracked)));
+  }
+  auto earlier = baseline.nodes.begin();  // sorted by node, as `nodes`
+  for (auto const& node : nodes) {
+    while (earlier != baseline.nodes.end() && earlier->node < node) ++earlier;
+    NodeHistory history;
+    if (earlier != baseline.nodes.end() && earlier->node == node) {
+      // A history is as long as the baseline's run_count says: a shorter
+      // one (a hand-made file) was without issues in the runs it leaves
+      // out, a longer one keeps its newest runs.
+      int const size = earlier->history.size();
+      for (int i = size; i < earlier_runs; ++i) history.push(false);
+      for (int i = std::max(0, size - earlier_runs); i < size; ++i) {
+        history.push(earlier->history.at(i));
+      }
+    } else {
+      for (int i = 1; i < earlier_runs; ++i) history.push(false);
+      history.push(
+          std::binary_search(had_issues.begin(), had_issues.end(), node));
+    }
+    history.push(
+        std::binary_search(with_issues.begin(), with_issues.end(), node));
+    if (!history.any()) continue;
+    if (history.flapping()) changes.flapping_nodes.push_back(node);
+    changes.history.push_back(NodeHistoryEntry{node, history});
+  }
+  return changes;
+}
+
+}  // namespace cli
+}  // namespace vesk

@@ -1,0 +1,138 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: comparison.hpp
+//
+// What changed since the baseline (baseline.hpp): this run's report model
+// against the earlier run's report.
+//
+// Issues. An issue's identity across runs is its kind, its whole id and its
+// message (not its severity, band or nodes). Several issues of one run may
+// share an identity (the same finding at two severities); they are compared
+// as one, over the union of their nodes.
+//   - An issue of this run whose identity the baseline has is
+//     "persisting"; the nodes it gained are those of its identity now that
+//     were not then, the nodes it lost those then that are not now.
+//   - Any other issue of this run is "new".
+//   - An identity of the baseline that this run lacks is "resolved" (one
+//     entry per identity, with the union of its nodes then).
+//   - first_seen: for a persisting issue, the earliest first_seen of its
+//     identity in the baseline (a baseline issue without one, from a run
+//     without --baseline, counts as first seen at the baseline's time);
+//     for a new one, this run's time.
+//
+// Nodes. A node is "with issues" in a run when that run lists it among its
+// nodes with issues. It is newly with issues when it is so now and was not
+// in the baseline, recovered when it was and is not now (a node this run
+// did not test counts as without issues), and unchanged otherwise.
+//
+// Histories. Each node carries a NodeHistory over the last runs of the
+// chain (this run, its baseline, the baseline's baseline, ...): at most ten
+// runs, the newest last, this one included. The baseline's own histories
+// are extended by this run; a node the baseline has no history for gets
+// "without issues" for each run its baseline's histories covered, except
+// that the baseline's run itself counts as with issues when the baseline
+// lists the node among its nodes with issues. A baseline without histories
+// (a run without --baseline, or a 1.0 report) is the first run of its
+// chain. A history is kept, and written, for every node with issues in any
+// run it covers; one whose ten runs were all without issues is dropped, so
+// a node that recovered keeps its history for nine more runs.
+//
+// A node is flapping when its state changed at least four times within its
+// history: the number of pairs of consecutive runs, among its (at most
+// ten) runs, that differ in with or without issues is 4 or more.
+//
+// Example:
+//
+//   Baseline before = read_baseline("last-run.json");
+//   ReportChanges changes = compare_with_baseline(model, before);
+//   changes.issues[0].change;  // IssueChange::kNew
+//   changes.recovered_nodes;   // {"r1n07"}
+
+#ifndef VESK_CLI_HISTORY_COMPARISON_HPP_
+#define VESK_CLI_HISTORY_COMPARISON_HPP_
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "cli/history/baseline.hpp"
+#include "cli/output/report_model.hpp"
+
+namespace vesk {
+namespace cli {
+
+enum class IssueChange { kNew, kPersisting };
+
+// "new" or "persisting".
+char const* change_name(IssueChange change);
+
+// What this run's issue is against the baseline.
+struct IssueComparison {
+  IssueChange change = IssueChange::kNew;
+  std::string first_seen;  // RFC 3339 UTC
+  // Persisting only: the nodes of its identity gained and lost since the
+  // baseline, sorted.
+  std::vector<std::string> nodes_gained;
+  std::vector<std::string> nodes_lost;
+};
+
+// One identity of this run, or of the baseline, with the union of the
+// nodes of its issues (sorted, distinct).
+struct IssueIdentity {
+  IssueKind kind = IssueKind::kObservation;
+  std::string id;
+  std::string message;
+  std::vector<std::string> nodes;
+  std::string first_seen;
+};
+
+// A persisting identity whose nodes changed.
+struct ChangedIssue {
+  IssueKind kind = IssueKind::kObservation;
+  std::string id;
+  std::string message;
+  std::vector<std::string> nodes_gained;
+  std::vector<std::string> nodes_lost;
+};
+
+// One node's history, this run included.
+struct NodeHistoryEntry {
+  std::string node;
+  NodeHistory history;
+};
+
+// ReportChanges
+struct ReportChanges {
+  std::string baseline_path;
+  std::string baseline_generated_at;
+  std::string baseline_schema_version;
+  std::string generated_at;  // this run's time, RFC 3339 UTC
+
+  // One per issue of the model, by ref.
+  std::vector<IssueComparison> issues;
+  std::size_t new_issues = 0;         // issues of this run that are new
+  std::size_t persisting_issues = 0;  // and that persist
+
+  // Each list sorted by id, then message, then kind.
+  std::vector<IssueIdentity> new_identities;
+  std::vector<IssueIdentity> resolved;
+  std::vector<ChangedIssue> changed;
+
+  std::vector<std::string> new_nodes;        // newly with issues, sorted
+  std::vector<std::string> recovered_nodes;  // sorted
+
+  int history_runs = 1;                     // runs the histories cover
+  std::vector<NodeHistoryEntry> history;    // sorted by node
+  std::vector<std::string> flapping_nodes;  // sorted
+};
+
+// compare_with_baseline()
+//
+// Compares `model` (this run) with `baseline`, as described above.
+ReportChanges compare_with_baseline(ReportModel const& model,
+                                    Baseline const& baseline);
+
+}  // namespace cli
+}  // namespace vesk
+
+#endif  // VESK_CLI_HISTORY_COMPARISON_HPP_
