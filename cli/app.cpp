@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <exception>
 #include <iostream>
 #include <iterator>
@@ -30,9 +32,13 @@
 #include <vector>
 
 #include "cli/demo_document.hpp"
+#include "cli/history/baseline.hpp"
+#include "cli/history/comparison.hpp"
 #include "cli/input/document_loader.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/merge.hpp"
+#include "cli/output/changes_text.hpp"
+#include "cli/output/report_model.hpp"
 #include "cli/output/text_writer.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/util.hpp"
@@ -80,6 +86,7 @@ struct Options {
   bool demo = false;
   std::optional<std::string> file;
   std::vector<ImportRequest> imports;
+  std::optional<std::string> baseline;
 };
 
 // Registers a stream with the output log's sink for one run, and removes
@@ -182,6 +189,25 @@ std::string log_level_choices() {
   return choices;
 }
 
+// SOURCE_DATE_EPOCH, when set to a number of seconds since 1970: the time
+// the run gives as its own in the reports that show one, instead of the
+// clock's (reproducible reports, and tests of a sequence of runs).
+std::optional<std::time_t> source_date_epoch() {
+  char const* text = std::getenv("SOURCE_DATE_EPOCH");
+  if (text == nullptr || *text == '\0') return std::nullopt;
+  std::size_t used = 0;
+  long long value = -1;
+  try {
+    value = std::stoll(text, &used);
+  } catch (std::exception const&) {
+    return std::nullopt;
+  }
+  if (text[used] != '\0' || value < 0 || value > 253402300799LL) {
+    return std::nullopt;  // up to 9999-12-31T23:59:59Z
+  }
+  return static_cast<std::time_t>(value);
+}
+
 // Parses the command line. Returns false when --help or --version was
 // answered on `out`.
 bool parse_options(std::vector<std::string> const& args, Options& options,
@@ -224,6 +250,12 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
                          import_format_names() + " (repeatable)")
           ->type_name("FORMAT=PATH")
           ->allow_extra_args(false);
+  std::string baseline;
+  auto* baseline_option =
+      app.add_option("--baseline", baseline,
+                     "Compare with PATH, the JSON report of an earlier run "
+                     "(--report json), and say what changed since")
+          ->type_name("PATH");
   auto* file_option =
       app.add_option("FILE", file, "The analysis result document")
           ->type_name("");
@@ -250,8 +282,10 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
     options.log_level = level;
   }
   if (file_option->count() != 0) options.file = file;
+  if (baseline_option->count() != 0) options.baseline = baseline;
+  int stdin_users =
+      (options.file == "-" ? 1 : 0) + (options.baseline == "-" ? 1 : 0);
   if (import_option->count() != 0) {
-    int stdin_users = options.file == "-" ? 1 : 0;
     for (auto const& text : imports) {
       try {
         options.imports.push_back(parse_import_request(text));
@@ -260,10 +294,15 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
       }
       if (options.imports.back().path == "-") ++stdin_users;
     }
-    if (stdin_users > 1) {
-      throw UsageError(
-          "at most one input may read standard input (\"-\") (see --help)");
-    }
+  }
+  // Without FILE or imports, the document is read from standard input.
+  if (options.baseline == "-" && !options.demo && !options.file &&
+      options.imports.empty()) {
+    ++stdin_users;
+  }
+  if (stdin_users > 1) {
+    throw UsageError(
+        "at most one input may read standard input (\"-\") (see --help)");
   }
   if (options.demo && options.file) {
     throw UsageError("--demo takes no FILE (see --help)");
@@ -282,6 +321,14 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
                    std::ostream& warnings, std::string& label) {
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
+
+  // The baseline is read first, so that a baseline that cannot be used
+  // ends the run before anything is written.
+  std::optional<Baseline> baseline;
+  if (options.baseline) {
+    label = *options.baseline == "-" ? kStdinLabel : *options.baseline;
+    baseline = read_baseline(*options.baseline);
+  }
 
   LoadedSettings settings;
   InputMerger merger;
@@ -345,7 +392,23 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
              ::isatty(STDOUT_FILENO) != 0) {
     data.terminal_width = util::console_width(STDOUT_FILENO);
   }
+  if (std::optional<std::time_t> const now = source_date_epoch()) {
+    data.timestamp = *now;
+  }
+  // What changed since the baseline, from the report model; computed
+  // before the report is printed, so that a failure prints nothing.
+  std::shared_ptr<ReportChanges const> changes;
+  if (baseline) {
+    ReportModel model;
+    RunInfo run;
+    run.generator = std::string("vesk-report ") + VESK_VERSION;
+    unmapped =
+        build_report_model(uf, data, std::move(run), model) != 0 || unmapped;
+    changes = std::make_shared<ReportChanges const>(
+        compare_with_baseline(model, *baseline));
+  }
   unmapped = write_text_report(uf, data) != 0 || unmapped;
+  if (changes) write_changes_text(*changes, data.terminal_width);
   postprocessor::release_links(data);
 
   if (unmapped) return Outcome::kUnmapped;
