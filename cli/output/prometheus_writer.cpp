@@ -8,6 +8,8 @@
 
 #include "cli/output/prometheus_writer.hpp"
 
+#include "cli/history/comparison.hpp"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -137,6 +139,39 @@ void write_family(Family& family, std::ostream& out) {
 
 char const* section_name(bool fail_side) {
   return fail_side ? "fail" : "other";
+}
+
+// With a baseline: what changed since the earlier run.
+void write_change_families(ReportChanges const& changes, std::ostream& out) {
+  Family issues{"vesk_report_changes",
+                "Issues compared with the baseline: listed issues that are "
+                "new or persisting, and issues of the baseline (one per kind, "
+                "id and message) that are resolved.",
+                {}};
+  issues.add({{"change", "new"}},
+             static_cast<std::int64_t>(changes.new_issues));
+  issues.add({{"change", "persisting"}},
+             static_cast<std::int64_t>(changes.persisting_issues));
+  issues.add({{"change", "resolved"}},
+             static_cast<std::int64_t>(changes.resolved.size()));
+  write_family(issues, out);
+
+  Family nodes{"vesk_report_node_changes",
+               "Nodes with issues now but not in the baseline (new), and "
+               "with issues in the baseline but not now (recovered).",
+               {}};
+  nodes.add({{"change", "new"}},
+            static_cast<std::int64_t>(changes.new_nodes.size()));
+  nodes.add({{"change", "recovered"}},
+            static_cast<std::int64_t>(changes.recovered_nodes.size()));
+  write_family(nodes, out);
+
+  Family flapping{"vesk_report_flapping_nodes",
+                  "Nodes whose state (with or without issues) changed at "
+                  "least four times in their last ten runs.",
+                  {}};
+  flapping.add({}, static_cast<std::int64_t>(changes.flapping_nodes.size()));
+  write_family(flapping, out);
 }
 
 }  // namespace
@@ -285,6 +320,8 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
     }
   }
   write_family(definitions, out);
+
+  if (model.changes) write_change_families(*model.changes, out);
 }
 
 }  // namespace cli

@@ -35,6 +35,18 @@
 //                                               per titled definition with a
 //                                               verdict: 1 PASS, 0 FAIL
 //
+// With --baseline (model.changes set), also:
+//
+//   vesk_report_changes{change}                 "new" and "persisting":
+//                                               listed issues; "resolved":
+//                                               issues of the baseline gone
+//                                               now, one per kind, id and
+//                                               message
+//   vesk_report_node_changes{change}            "new": nodes with issues
+//                                               now and not then;
+//                                               "recovered": the reverse
+//   vesk_report_flapping_nodes                  nodes marked flapping
+//
 // Within a series the labels are in name order; the series of a family are
 // in the order of their label sets (compared name by name, then value by
 // value, bytewise), so the same model always gives the same bytes. Label

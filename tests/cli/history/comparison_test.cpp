@@ -10,11 +10,16 @@
 
 #include "cli/history/comparison.hpp"
 
+#include <cstdio>
 #include <ctime>
+#include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "cli/output/changes_text.hpp"
+#include "cli/output/prometheus_writer.hpp"
+#include "support/temp_file.hpp"
 
 #include <gtest/gtest.h>
 
@@ -297,9 +302,47 @@ TEST(ChangesText, SaysNoneForAnEmptyListAndWrapsLongLines) {
             std::string::npos);
 }
 
+TEST(ChangeMetrics, CountTheChangesAndPassPromtool) {
+  ReportModel model = model_of({}, {});
+  model.changes = std::make_shared<ReportChanges const>(sample_changes());
+  std::ostringstream metrics;
+  write_prometheus_report(model, metrics);
+  std::string const text = metrics.str();
+  // Worked out from sample_changes(): failing-dimm new; cpu-throttle and
+  // ib-port-state persisting; gpu-xid resolved; r1n05 and r2n11 newly with
+  // issues; r1n01, r1n02 and r1n07 recovered; r2n11 flapping.
+  EXPECT_NE(text.find("# TYPE vesk_report_changes gauge\n"
+                      "vesk_report_changes{change=\"new\"} 1\n"
+                      "vesk_report_changes{change=\"persisting\"} 2\n"
+                      "vesk_report_changes{change=\"resolved\"} 1\n"),
+            std::string::npos)
+      << text;
+  EXPECT_NE(text.find("vesk_report_node_changes{change=\"new\"} 2\n"
+                      "vesk_report_node_changes{change=\"recovered\"} 3\n"),
+            std::string::npos);
+  EXPECT_NE(text.find("vesk_report_flapping_nodes 1\n"), std::string::npos);
+  // Without a baseline, none of them.
+  std::ostringstream plain;
+  write_prometheus_report(model_of({}, {}), plain);
+  EXPECT_EQ(plain.str().find("vesk_report_changes"), std::string::npos);
+  EXPECT_EQ(plain.str().find("flapping"), std::string::npos);
+
+  testing::TempFile file("changes.prom");
+  file.write(text);
+  std::string const command =
+      "promtool check metrics < '" + file.path() + "' 2>&1";
+  FILE* pipe = ::popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  std::string output;
+  char buffer[512];
+  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) output += buffer;
+  EXPECT_EQ(::pclose(pipe), 0) << output;
+}
+
 }  // namespace
 }  // namespace cli
 }  // namespace vesk
+
 // The names the report model gives kinds and bands.
 // TEMPORARY until the model's implementation is merged.
 namespace vesk {
