@@ -342,32 +342,3 @@ TEST(ChangeMetrics, CountTheChangesAndPassPromtool) {
 }  // namespace
 }  // namespace cli
 }  // namespace vesk
-
-// The names the report model gives kinds and bands.
-// TEMPORARY until the model's implementation is merged.
-namespace vesk {
-namespace cli {
-__attribute__((weak)) char const* kind_name(IssueKind kind) {
-  switch (kind) {
-    case IssueKind::kDiagnosis:
-      return "diagnosis";
-    case IssueKind::kObservation:
-      return "observation";
-    case IssueKind::kSecondaryObservation:
-      return "secondary_observation";
-  }
-  return "";
-}
-__attribute__((weak)) char const* band_name(Band band) {
-  switch (band) {
-    case Band::kInformational:
-      return "informational";
-    case Band::kWarning:
-      return "warning";
-    case Band::kCritical:
-      return "critical";
-  }
-  return "";
-}
-}  // namespace cli
-}  // namespace vesk

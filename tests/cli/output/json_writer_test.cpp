@@ -334,7 +334,7 @@ TEST(JsonWriter, EmptyModel) {
   ReportModel model;
   std::string const report = write(model);
   EXPECT_EQ(report,
-            "{\"schema_version\":\"1.0\",\"generator\":\"\","
+            "{\"schema_version\":\"1.1\",\"generator\":\"\","
             "\"generated_at\":\"1970-01-01T00:00:00Z\",\"inputs\":[],"
             "\"threshold\":25,\"fail_level\":null,\"result\":\"PASS\","
             "\"nodes\":{\"tested\":[],\"with_issues\":[],\"tested_text\":\"\","
@@ -498,7 +498,7 @@ TEST(JsonWriter, TheSchemaRejectsWhatItShould) {
   // field and a wrong type are each found.
   std::string const good = write(sample());
   std::vector<std::pair<std::string, std::string>> const edits = {
-      {"\"schema_version\":\"1.0\"", "\"schema_version\":\"2.0\""},
+      {"\"schema_version\":\"1.1\"", "\"schema_version\":\"2.0\""},
       {"\"suppressed\":2,", ""},
       {"\"threshold\":50", "\"threshold\":\"50\""},
       {"\"kind\":\"diagnosis\"", "\"kind\":\"finding\""},
