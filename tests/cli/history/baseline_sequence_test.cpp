@@ -239,8 +239,9 @@ TEST_F(BaselineSequence, EveryRunSaysWhatChangedSinceTheRunBefore) {
     std::ofstream(doc) << document_of(k);
     std::string const report = path("report" + std::to_string(k) + ".json");
     ::setenv("SOURCE_DATE_EPOCH", std::to_string(time_of(k)).c_str(), 1);
-    std::vector<std::string> args = {"--width", "0", doc, "--report",
-                                     "json=" + report};
+    // The JSON report to its file, the printed text to standard output.
+    std::vector<std::string> args = {
+        "--width", "0", doc, "--report", "json=" + report, "--report", "text"};
     if (k > 0) {
       args.push_back("--baseline");
       args.push_back(reports.back());
