@@ -588,6 +588,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     changes = std::make_shared<ReportChanges const>(
         compare_with_baseline(model, *baseline));
     model.changes = changes;
+    baseline.reset();  // what the comparison needs is in `changes`
   }
 
   // The printed text is rendered at least once whatever was asked for: its
