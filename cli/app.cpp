@@ -571,7 +571,16 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
       stdout_report != nullptr && stdout_report->format->printed_text();
 
   LibraryErrorLines library_lines;
-  ReportModel model;
+  // Like the Config and the output data, a big model (a million node
+  // names) is left to the last run's exit.
+  auto model_holder = std::make_unique<ReportModel>();
+  ReportModel& model = *model_holder;
+  struct LeaveModelAtExit {
+    std::unique_ptr<ReportModel>& model;
+    ~LeaveModelAtExit() {
+      if (g_leave_results_at_exit) (void)model.release();
+    }
+  } const leave_model_at_exit{model_holder};
   if (needs_model) {
     // The model's verdicts come from the same mapping as the printed
     // validation block, which is always rendered and decides the status.

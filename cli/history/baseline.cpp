@@ -70,6 +70,16 @@ std::optional<IssueKind> kind_of(std::string_view name) {
   return std::nullopt;
 }
 
+// Whether `text` has a byte that visible_controls() may escape: one below
+// 0x20, DEL, or 0xc2, the UTF-8 lead byte of U+0080..U+009F.
+bool has_control(std::string_view text) {
+  for (char const c : text) {
+    auto const byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7f || byte == 0xc2) return true;
+  }
+  return false;
+}
+
 void sort_unique(std::vector<std::string>& names) {
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
@@ -81,6 +91,7 @@ class BaselineReader {
   explicit BaselineReader(JsonReader& json) : json_(json) {}
 
   void read(simdjson::padded_string_view bytes, Baseline& baseline) {
+    hosts_ = &baseline.hosts;
     ondemand::object root = json_.open(bytes);
     bool has_time = false;
     bool has_nodes = false;
@@ -175,9 +186,10 @@ class BaselineReader {
           } else if (key == "nodes") {
             json_.for_each_element(
                 item, "an array of node lists", [&](ondemand::value group) {
-                  for (auto& name : json_.get_strings(group)) {
-                    issue.nodes.push_back(std::move(name));
-                  }
+                  json_.for_each_element(group, "an array of strings",
+                                         [&](ondemand::value name) {
+                                           issue.nodes.push_back(host(name));
+                                         });
                 });
             has_nodes = true;
           } else if (key == "first_seen") {
@@ -190,8 +202,25 @@ class BaselineReader {
     if (!has_id) json_.fail("expected the required key \"id\"");
     if (!has_message) json_.fail("expected the required key \"message\"");
     if (!has_nodes) json_.fail("expected the required key \"nodes\"");
-    sort_unique(issue.nodes);
+    std::sort(issue.nodes.begin(), issue.nodes.end());
+    issue.nodes.erase(std::unique(issue.nodes.begin(), issue.nodes.end()),
+                      issue.nodes.end());
     return issue;
+  }
+
+  // A host name of an issue, as its index in the host table. The same few
+  // names come again and again, so a name is decoded into the parser's own
+  // buffer and only looked up; the reader's own copy, with its control
+  // characters made visible, is made only for a name that has one.
+  std::uint32_t host(ondemand::value value) {
+    std::string_view name;
+    if (simdjson::error_code e = value.get_string().get(name)) {
+      json_.fail_json(e, "a string");
+    }
+    if (has_control(name)) {
+      return hosts_->index(visible_controls(std::string(name)));
+    }
+    return hosts_->index(name);
   }
 
   void read_history(ondemand::value value, Baseline& baseline) {
@@ -259,6 +288,7 @@ class BaselineReader {
   }
 
   JsonReader& json_;
+  HostTable* hosts_ = nullptr;
   bool version_seen_ = false;
 };
 
@@ -333,6 +363,40 @@ Baseline read_bytes(char* data, std::size_t size, std::size_t capacity,
 }
 
 }  // namespace
+
+std::uint32_t HostTable::index(std::string_view name) {
+  auto const found = indexes_.find(name);
+  if (found != indexes_.end()) return found->second;
+  auto const index = static_cast<std::uint32_t>(names_.size());
+  names_.emplace_back(name);
+  indexes_.emplace(names_.back(), index);
+  return index;
+}
+
+std::uint32_t HostTable::find(std::string_view name) const {
+  auto const found = indexes_.find(name);
+  return found == indexes_.end() ? npos : found->second;
+}
+
+std::vector<std::string> Baseline::nodes_of(BaselineIssue const& issue) const {
+  std::vector<std::string> names;
+  names.reserve(issue.nodes.size());
+  for (std::uint32_t index : issue.nodes) names.push_back(hosts.name(index));
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+void Baseline::add_issue(IssueKind kind, std::string id, std::string message,
+                         std::vector<std::string> const& names,
+                         std::string first_seen) {
+  BaselineIssue issue{
+      kind, std::move(id), std::move(message), {}, std::move(first_seen)};
+  for (auto const& name : names) issue.nodes.push_back(hosts.index(name));
+  std::sort(issue.nodes.begin(), issue.nodes.end());
+  issue.nodes.erase(std::unique(issue.nodes.begin(), issue.nodes.end()),
+                    issue.nodes.end());
+  issues.push_back(std::move(issue));
+}
 
 void NodeHistory::push(bool with_issues) {
   if (size_ == kMaxRuns) {

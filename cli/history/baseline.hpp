@@ -38,8 +38,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "cli/output/report_model.hpp"
@@ -84,13 +86,34 @@ class NodeHistory {
   int size_ = 0;
 };
 
+// HostTable
+//
+// Host names, each kept once and named by its index: a report of a big
+// cluster names the same few thousand hosts a million times.
+class HostTable {
+ public:
+  // The index of `name`, added when it is not there yet.
+  std::uint32_t index(std::string_view name);
+  // The index of `name`, or npos.
+  std::uint32_t find(std::string_view name) const;
+  std::string const& name(std::uint32_t index) const { return names_[index]; }
+  std::size_t size() const { return names_.size(); }
+
+  static constexpr std::uint32_t npos = 0xffffffffU;
+
+ private:
+  std::deque<std::string> names_;  // stable, so the keys can view them
+  std::unordered_map<std::string_view, std::uint32_t> indexes_;
+};
+
 // One issue of the earlier run.
 struct BaselineIssue {
   IssueKind kind = IssueKind::kObservation;
   std::string id;
   std::string message;
-  std::vector<std::string> nodes;  // distinct host names, sorted
-  std::string first_seen;          // RFC 3339, "" when the report has none
+  // Its distinct hosts, as indexes into Baseline::hosts, ascending.
+  std::vector<std::uint32_t> nodes;
+  std::string first_seen;  // RFC 3339, "" when the report has none
 };
 
 // One node's history as the earlier run wrote it.
@@ -106,11 +129,19 @@ struct Baseline {
   std::string generated_at;    // RFC 3339 UTC, "2026-11-22T06:00:00Z"
   std::vector<std::string> nodes_with_issues;  // sorted, distinct
   std::vector<BaselineIssue> issues;           // in the report's order
+  HostTable hosts;                             // the issues' host names
   // Whether the report carried node histories (a run with --baseline
   // writes them); without them, the earlier run is the first of its chain.
   bool has_history = false;
   int history_runs = 0;             // runs the histories cover, 1 to 10
   std::vector<BaselineNode> nodes;  // the histories, sorted by node
+
+  // The host names of `issue`, sorted.
+  std::vector<std::string> nodes_of(BaselineIssue const& issue) const;
+  // Adds an issue on the hosts `names` (the tests build baselines so).
+  void add_issue(IssueKind kind, std::string id, std::string message,
+                 std::vector<std::string> const& names,
+                 std::string first_seen = "");
 };
 
 // read_baseline()

@@ -5,10 +5,12 @@
 #include "cli/history/comparison.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <iterator>
 #include <map>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 
 #include "cli/output/json_writer.hpp"
@@ -49,18 +51,70 @@ std::vector<std::string> sorted_copy(std::vector<std::string> names) {
   return names;
 }
 
+// A set of hosts: their indexes, ascending.
+using HostSet = std::vector<std::uint32_t>;
+
+HostSet set_union(HostSet const& a, HostSet const& b) {
+  HostSet out;
+  out.reserve(a.size() + b.size());
+  std::set_union(a.begin(), a.end(), b.begin(), b.end(),
+                 std::back_inserter(out));
+  return out;
+}
+
+HostSet set_difference(HostSet const& a, HostSet const& b) {
+  HostSet out;
+  std::set_difference(a.begin(), a.end(), b.begin(), b.end(),
+                      std::back_inserter(out));
+  return out;
+}
+
+// The hosts of both runs under one numbering: the baseline's host table,
+// then this run's names it lacks (views of the model's strings).
+class Hosts {
+ public:
+  explicit Hosts(HostTable const& baseline) : baseline_(baseline) {}
+
+  std::uint32_t index(std::string const& name) {
+    std::uint32_t const known = baseline_.find(name);
+    if (known != HostTable::npos) return known;
+    auto const [place, added] = more_.emplace(
+        name, static_cast<std::uint32_t>(baseline_.size() + names_.size()));
+    if (added) names_.push_back(&name);
+    return place->second;
+  }
+
+  // The names of `hosts`, sorted.
+  std::vector<std::string> names(HostSet const& hosts) const {
+    std::vector<std::string> out;
+    out.reserve(hosts.size());
+    for (std::uint32_t index : hosts) {
+      out.push_back(index < baseline_.size()
+                        ? baseline_.name(index)
+                        : *names_[index - baseline_.size()]);
+    }
+    std::sort(out.begin(), out.end());
+    return out;
+  }
+
+ private:
+  HostTable const& baseline_;
+  std::unordered_map<std::string_view, std::uint32_t> more_;
+  std::vector<std::string const*> names_;
+};
+
 // The issues of one side, grouped by identity.
 struct Side {
   IssueKind kind = IssueKind::kObservation;
   std::string const* id = nullptr;
   std::string const* message = nullptr;
-  std::vector<std::string> nodes;
+  HostSet nodes;
   std::string first_seen;  // baseline only: the earliest
 };
 
-IssueIdentity identity_of(Side const& side) {
-  return IssueIdentity{side.kind, *side.id, *side.message, side.nodes,
-                       side.first_seen};
+IssueIdentity identity_of(Side const& side, Hosts const& hosts) {
+  return IssueIdentity{side.kind, *side.id, *side.message,
+                       hosts.names(side.nodes), side.first_seen};
 }
 
 }  // namespace
@@ -77,6 +131,7 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   changes.baseline_schema_version = baseline.schema_version;
   changes.generated_at = rfc3339_utc(model.generated_at);
 
+  Hosts hosts(baseline.hosts);
   std::map<IdentityKey, Side> before;
   for (auto const& issue : baseline.issues) {
     Side& side = before[key_of(issue.kind, issue.id, issue.message)];
@@ -85,7 +140,7 @@ ReportChanges compare_with_baseline(ReportModel const& model,
     if (side.id == nullptr) {
       side = Side{issue.kind, &issue.id, &issue.message, issue.nodes, seen};
     } else {
-      side.nodes = sorted_union(side.nodes, issue.nodes);
+      side.nodes = set_union(side.nodes, issue.nodes);
       // Report times of one shape compare as text.
       side.first_seen = std::min(side.first_seen, seen);
     }
@@ -94,11 +149,15 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   std::map<IdentityKey, Side> now;
   for (auto const& issue : model.issues) {
     Side& side = now[key_of(issue.kind, issue.id, issue.message)];
-    std::vector<std::string> nodes = sorted_copy(issue.nodes);
+    HostSet nodes;
+    nodes.reserve(issue.nodes.size());
+    for (auto const& name : issue.nodes) nodes.push_back(hosts.index(name));
+    std::sort(nodes.begin(), nodes.end());
+    nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
     if (side.id == nullptr) {
       side = Side{issue.kind, &issue.id, &issue.message, std::move(nodes), ""};
     } else {
-      side.nodes = sorted_union(side.nodes, nodes);
+      side.nodes = set_union(side.nodes, nodes);
     }
   }
 
@@ -106,20 +165,23 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   for (auto const& [key, side] : now) {
     auto const found = before.find(key);
     if (found == before.end()) {
-      IssueIdentity identity = identity_of(side);
+      IssueIdentity identity = identity_of(side, hosts);
       identity.first_seen = changes.generated_at;
       changes.new_identities.push_back(std::move(identity));
       continue;
     }
-    ChangedIssue changed{side.kind, *side.id, *side.message,
-                         difference(side.nodes, found->second.nodes),
-                         difference(found->second.nodes, side.nodes)};
+    ChangedIssue changed{
+        side.kind, *side.id, *side.message,
+        hosts.names(set_difference(side.nodes, found->second.nodes)),
+        hosts.names(set_difference(found->second.nodes, side.nodes))};
     if (!changed.nodes_gained.empty() || !changed.nodes_lost.empty()) {
       changes.changed.push_back(std::move(changed));
     }
   }
   for (auto const& [key, side] : before) {
-    if (now.count(key) == 0) changes.resolved.push_back(identity_of(side));
+    if (now.count(key) == 0) {
+      changes.resolved.push_back(identity_of(side, hosts));
+    }
   }
 
   // Each issue of this run.
@@ -137,8 +199,10 @@ ReportChanges compare_with_baseline(ReportModel const& model,
       Side const& current = now.at(key);
       compared.change = IssueChange::kPersisting;
       compared.first_seen = then.first_seen;
-      compared.nodes_gained = difference(current.nodes, then.nodes);
-      compared.nodes_lost = difference(then.nodes, current.nodes);
+      compared.nodes_gained =
+          hosts.names(set_difference(current.nodes, then.nodes));
+      compared.nodes_lost =
+          hosts.names(set_difference(then.nodes, current.nodes));
       ++changes.persisting_issues;
     }
     changes.issues.push_back(std::move(compared));

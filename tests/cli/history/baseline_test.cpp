@@ -131,7 +131,9 @@ TEST(Baseline, ReadsWhatTheComparisonNeedsOfA10Report) {
   EXPECT_EQ(baseline.issues[0].id, "gpu-ecc");
   EXPECT_EQ(baseline.issues[0].message, "ECC errors");
   // The node groups as one sorted list of distinct hosts.
-  EXPECT_EQ(baseline.issues[0].nodes, (std::vector<std::string>{"n1", "n2"}));
+  EXPECT_EQ(baseline.nodes_of(baseline.issues[0]),
+            (std::vector<std::string>{"n1", "n2"}));
+  EXPECT_EQ(baseline.hosts.size(), 2u);  // each name kept once
   EXPECT_EQ(baseline.issues[0].first_seen, "");
   EXPECT_EQ(baseline.issues[1].kind, IssueKind::kSecondaryObservation);
   EXPECT_EQ(baseline.issues[1].id, "kernel#5");

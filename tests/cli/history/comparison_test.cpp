@@ -43,10 +43,19 @@ ReportIssue issue(IssueKind kind, std::string id, std::string message,
   return made;
 }
 
-BaselineIssue earlier(IssueKind kind, std::string id, std::string message,
-                      Names nodes, std::string first_seen = "") {
-  return BaselineIssue{kind, std::move(id), std::move(message),
-                       std::move(nodes), std::move(first_seen)};
+// An issue of the baseline, by names.
+struct Earlier {
+  IssueKind kind;
+  std::string id;
+  std::string message;
+  Names nodes;
+  std::string first_seen;
+};
+
+Earlier earlier(IssueKind kind, std::string id, std::string message,
+                Names nodes, std::string first_seen = "") {
+  return Earlier{kind, std::move(id), std::move(message), std::move(nodes),
+                 std::move(first_seen)};
 }
 
 ReportModel model_of(std::vector<ReportIssue> issues, Names with_issues) {
@@ -58,12 +67,15 @@ ReportModel model_of(std::vector<ReportIssue> issues, Names with_issues) {
   return model;
 }
 
-Baseline baseline_of(std::vector<BaselineIssue> issues, Names with_issues) {
+Baseline baseline_of(std::vector<Earlier> const& issues, Names with_issues) {
   Baseline baseline;
   baseline.path = "last.json";
   baseline.schema_version = "1.0";
   baseline.generated_at = "2026-11-22T13:00:00Z";
-  baseline.issues = std::move(issues);
+  for (auto const& issue : issues) {
+    baseline.add_issue(issue.kind, issue.id, issue.message, issue.nodes,
+                       issue.first_seen);
+  }
   baseline.nodes_with_issues = std::move(with_issues);
   return baseline;
 }
