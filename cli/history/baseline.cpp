@@ -364,18 +364,61 @@ Baseline read_bytes(char* data, std::size_t size, std::size_t capacity,
 
 }  // namespace
 
+namespace {
+
+// FNV-1a over the name's bytes, then mixed so that the low bits, which
+// pick the slot, depend on all of it.
+std::uint64_t hash_of(std::string_view name) {
+  std::uint64_t hash = 0xcbf29ce484222325ULL;
+  for (char const c : name) {
+    hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3ULL;
+  }
+  hash ^= hash >> 33;
+  hash *= 0xff51afd7ed558ccdULL;
+  hash ^= hash >> 33;
+  return hash;
+}
+
+}  // namespace
+
+// The slot of `name`, or of the empty slot where it would go.
+std::size_t HostTable::slot_of(std::string_view name) const {
+  std::size_t const mask = slots_.size() - 1;
+  std::uint64_t const hash = hash_of(name);
+  for (std::size_t slot = hash & mask;; slot = (slot + 1) & mask) {
+    std::uint32_t const held = slots_[slot];
+    if (held == 0) return slot;
+    if (hashes_[held - 1] == hash && names_[held - 1] == name) return slot;
+  }
+}
+
+void HostTable::grow() {
+  std::vector<std::uint32_t> old(std::max<std::size_t>(64, slots_.size() * 2),
+                                 0);
+  old.swap(slots_);
+  std::size_t const mask = slots_.size() - 1;
+  for (std::size_t i = 0; i < names_.size(); ++i) {
+    std::size_t slot = hashes_[i] & mask;
+    while (slots_[slot] != 0) slot = (slot + 1) & mask;
+    slots_[slot] = static_cast<std::uint32_t>(i + 1);
+  }
+}
+
 std::uint32_t HostTable::index(std::string_view name) {
-  auto const found = indexes_.find(name);
-  if (found != indexes_.end()) return found->second;
+  if ((names_.size() + 1) * 2 > slots_.size()) grow();
+  std::size_t const slot = slot_of(name);
+  if (slots_[slot] != 0) return slots_[slot] - 1;
   auto const index = static_cast<std::uint32_t>(names_.size());
   names_.emplace_back(name);
-  indexes_.emplace(names_.back(), index);
+  hashes_.push_back(hash_of(name));
+  slots_[slot] = index + 1;
   return index;
 }
 
 std::uint32_t HostTable::find(std::string_view name) const {
-  auto const found = indexes_.find(name);
-  return found == indexes_.end() ? npos : found->second;
+  if (slots_.empty()) return npos;
+  std::uint32_t const held = slots_[slot_of(name)];
+  return held == 0 ? npos : held - 1;
 }
 
 std::vector<std::string> Baseline::nodes_of(BaselineIssue const& issue) const {

@@ -38,10 +38,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "cli/output/report_model.hpp"
@@ -102,8 +100,14 @@ class HostTable {
   static constexpr std::uint32_t npos = 0xffffffffU;
 
  private:
-  std::deque<std::string> names_;  // stable, so the keys can view them
-  std::unordered_map<std::string_view, std::uint32_t> indexes_;
+  // Open addressing, linear probing: a slot holds index + 1, 0 when empty;
+  // at most half the slots are used.
+  std::size_t slot_of(std::string_view name) const;
+  void grow();
+
+  std::vector<std::string> names_;
+  std::vector<std::uint64_t> hashes_;  // per name, for growing
+  std::vector<std::uint32_t> slots_;
 };
 
 // One issue of the earlier run.
