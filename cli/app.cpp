@@ -33,6 +33,9 @@
 #include "cli/input/document_loader.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/merge.hpp"
+#include "cli/input/scheduler_states.hpp"
+#include "cli/output/blast_radius.hpp"
+#include "cli/output/report_model.hpp"
 #include "cli/output/text_writer.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/util.hpp"
@@ -78,6 +81,7 @@ struct Options {
   bool syslog = false;
   bool no_color = false;
   bool demo = false;
+  bool blast_radius = false;
   std::optional<std::string> file;
   std::vector<ImportRequest> imports;
 };
@@ -216,6 +220,9 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   app.add_flag("--no-color", options.no_color, "Never colour the output");
   app.add_flag("--demo", options.demo,
                "Print the report of the bundled example cluster");
+  app.add_flag("--blast-radius", options.blast_radius,
+               "After each issue, say how many of the tested nodes and which "
+               "node groups it covers");
   std::vector<std::string> imports;
   auto* import_option =
       app.add_option("--import", imports,
@@ -299,8 +306,11 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     load_file(path, label, document, settings, warnings);
     merger.add_document(std::move(document));
   }
+  // The scheduler's view of the nodes, for the drain script.
+  SchedulerStates scheduler_states;
   for (auto const& request : options.imports) {
-    merger.add_import(import_input(request, label, warnings));
+    merger.add_import(
+        import_input(request, label, warnings, &scheduler_states));
   }
   // The Config and the output data are held through pointers, so that the
   // last run of a process can leave them to its exit (leave_results_at_exit).
@@ -345,7 +355,18 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
              ::isatty(STDOUT_FILENO) != 0) {
     data.terminal_width = util::console_width(STDOUT_FILENO);
   }
-  unmapped = write_text_report(uf, data) != 0 || unmapped;
+  std::vector<std::string> blast_radius_lines;
+  if (options.blast_radius) {
+    ReportModel model;
+    RunInfo run;
+    run.generator = std::string("vesk-report ") + VESK_VERSION;
+    unmapped = build_report_model(uf, data, run, model) != 0 || unmapped;
+    blast_radius_lines = blast_radius_texts(model);
+  }
+  unmapped = write_text_report(
+                 uf, data,
+                 options.blast_radius ? &blast_radius_lines : nullptr) != 0 ||
+             unmapped;
   postprocessor::release_links(data);
 
   if (unmapped) return Outcome::kUnmapped;
