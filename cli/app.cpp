@@ -360,6 +360,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     ReportModel model;
     RunInfo run;
     run.generator = std::string("vesk-report ") + VESK_VERSION;
+    run.scheduler = scheduler_states;
     unmapped = build_report_model(uf, data, run, model) != 0 || unmapped;
     blast_radius_lines = blast_radius_texts(model);
   }

@@ -251,5 +251,9 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
   }
 }
 
+void write_slurm_report(ReportModel const& model, std::ostream& out) {
+  write_slurm_script(model, &model.run.scheduler, out);
+}
+
 }  // namespace cli
 }  // namespace vesk

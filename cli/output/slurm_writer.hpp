@@ -40,6 +40,7 @@
 //
 //   std::ostringstream script;
 //   write_slurm_script(model, &states, script);
+//   write_slurm_report(model, script);  // with model.run.scheduler
 
 #ifndef VESK_CLI_OUTPUT_SLURM_WRITER_HPP_
 #define VESK_CLI_OUTPUT_SLURM_WRITER_HPP_
@@ -63,8 +64,14 @@ inline constexpr std::string_view kDrainReasonPrefix = "vesk:";
 //
 // Writes the script for `model`. `states` is the slurm imports' view of
 // the nodes, or nullptr when there was none.
-void write_slurm_script(ReportModel const& model,
-                        SchedulerStates const* states, std::ostream& out);
+void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
+                        std::ostream& out);
+
+// write_slurm_report()
+//
+// The script for `model`, with the scheduler states of its run
+// (model.run.scheduler): the --report slurm writer.
+void write_slurm_report(ReportModel const& model, std::ostream& out);
 
 // shell_quote()
 //

@@ -163,6 +163,18 @@ TEST(WriteSlurmScript, DrainsTheFailSideNodesByReason) {
       "scontrol update NodeName='cn10' State=DRAIN Reason='vesk:fan'\n");
 }
 
+// The --report writer takes the states from the model's run.
+TEST(WriteSlurmReport, UsesTheRunsSchedulerStates) {
+  ReportModel model = cluster();
+  std::ostringstream without;
+  write_slurm_report(model, without);
+  EXPECT_EQ(without.str(), script_of(model, nullptr));
+  model.run.scheduler = cluster_states();
+  std::ostringstream with;
+  write_slurm_report(model, with);
+  EXPECT_EQ(with.str(), script_of(model, &model.run.scheduler));
+}
+
 // Without a slurm import nothing is known of the scheduler: every node is
 // drained, and the header says that reasons may be replaced.
 TEST(WriteSlurmScript, WithoutSchedulerStates) {
