@@ -178,6 +178,17 @@ TEST(AppReport, RunLeavesTheSinkAsItFoundIt) {
   EXPECT_NE(file_bytes(folder / "r"), "");
 }
 
+TEST(AppReport, HelpNamesTheOptionAndItsFormats) {
+  RunResult const help = run_in(kInputDir, {"--help"});
+  EXPECT_EQ(help.status, kExitPassed);
+  EXPECT_NE(help.out.find("  --report FORMAT[=PATH] ...  Write the report as "
+                          "FORMAT (text) to PATH (none or \"-\": standard "
+                          "output), replacing it only once every report of "
+                          "the run is complete (repeatable; default: text)\n"),
+            std::string::npos)
+      << help.out;
+}
+
 TEST(AppReport, UsageErrors) {
   struct Case {
     std::vector<std::string> args;
