@@ -181,11 +181,12 @@ TEST(AppReport, RunLeavesTheSinkAsItFoundIt) {
 TEST(AppReport, HelpNamesTheOptionAndItsFormats) {
   RunResult const help = run_in(kInputDir, {"--help"});
   EXPECT_EQ(help.status, kExitPassed);
-  EXPECT_NE(help.out.find("  --report FORMAT[=PATH] ...  Write the report as "
-                          "FORMAT (text) to PATH (none or \"-\": standard "
-                          "output), replacing it only once every report of "
-                          "the run is complete (repeatable; default: text)\n"),
-            std::string::npos)
+  EXPECT_NE(
+      help.out.find("  --report FORMAT[=PATH] ...  Write the report as "
+                    "FORMAT (text or slurm) to PATH (none or \"-\": standard "
+                    "output), replacing it only once every report of "
+                    "the run is complete (repeatable; default: text)\n"),
+      std::string::npos)
       << help.out;
 }
 
@@ -197,7 +198,7 @@ TEST(AppReport, UsageErrors) {
   std::vector<Case> const cases = {
       {{"--report", "xml=r.xml"},
        "vesk-report: --report: expected FORMAT[=PATH] with FORMAT one of "
-       "text, found \"xml=r.xml\" (see --help)\n"},
+       "text or slurm, found \"xml=r.xml\" (see --help)\n"},
       {{"--report", "text=", "--demo"},
        "vesk-report: --report: expected a PATH after \"=\" (\"-\": standard "
        "output), found \"text=\" (see --help)\n"},
