@@ -77,7 +77,7 @@ struct RunInfo {
   std::string generator;  // "vesk-report 1.1.0"
   // What the slurm imports said of the nodes (the drain script leaves an
   // administrator's drains alone); `present` false without one.
-  SchedulerStates scheduler;
+  SchedulerStates scheduler{};
 };
 
 // ReportIssue
