@@ -39,7 +39,9 @@
 #include "cli/input/document_loader.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/merge.hpp"
+#include "cli/input/scheduler_states.hpp"
 #include "cli/output/atomic_file.hpp"
+#include "cli/output/blast_radius.hpp"
 #include "cli/output/changes_text.hpp"
 #include "cli/output/report_formats.hpp"
 #include "cli/output/report_model.hpp"
@@ -98,6 +100,7 @@ struct Options {
   bool syslog = false;
   bool no_color = false;
   bool demo = false;
+  bool blast_radius = false;
   std::optional<std::string> file;
   std::vector<ImportRequest> imports;
   std::optional<std::string> baseline;
@@ -320,6 +323,9 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   app.add_flag("--no-color", options.no_color, "Never colour the output");
   app.add_flag("--demo", options.demo,
                "Print the report of the bundled example cluster");
+  app.add_flag("--blast-radius", options.blast_radius,
+               "After each issue, say how many of the tested nodes and which "
+               "node groups it covers");
   std::vector<std::string> imports;
   auto* import_option =
       app.add_option("--import", imports,
@@ -494,7 +500,9 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     run_info.inputs.push_back({"vesk", path});
   }
   for (auto const& request : options.imports) {
-    merger.add_import(import_input(request, label, warnings));
+    // The scheduler's view of the nodes goes to the drain script.
+    merger.add_import(
+        import_input(request, label, warnings, &run_info.scheduler));
     run_info.inputs.push_back({request.format, request.path});
   }
   // The Config and the output data are held through pointers, so that the
@@ -556,8 +564,9 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
 
   ReportRequest const* stdout_report = nullptr;
   std::vector<log::OutputStream> text_files;
-  // The comparison with a baseline is made on the report model.
-  bool needs_model = baseline.has_value();
+  // The comparison with a baseline and the blast radius lines are made on
+  // the report model.
+  bool needs_model = baseline.has_value() || options.blast_radius;
   for (std::size_t i = 0; i < options.reports.size(); ++i) {
     auto const& request = options.reports[i];
     needs_model = needs_model || request.format->needs_model();
@@ -599,15 +608,20 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     model.changes = changes;
     baseline.reset();  // what the comparison needs is in `changes`
   }
+  // --blast-radius: one line after each issue of the printed text.
+  std::vector<std::string> blast_radius_lines;
+  if (options.blast_radius) blast_radius_lines = blast_radius_texts(model);
+  std::vector<std::string> const* const issue_notes =
+      options.blast_radius ? &blast_radius_lines : nullptr;
 
   // The printed text is rendered at least once whatever was asked for: its
   // mapping failures decide exit status 3, so the status is the run's.
   if (!text_files.empty() || !text_on_stdout) {
     data.terminal_width = file_width;
     SinkOverride const sink(text_files);
-    unmapped =
-        library_lines.step([&] { return write_text_report(uf, data); }) != 0 ||
-        unmapped;
+    unmapped = library_lines.step([&] {
+      return write_text_report(uf, data, issue_notes);
+    }) != 0 || unmapped;
     if (changes) write_changes_text(*changes, data.terminal_width);
   }
   for (std::size_t i = 0; i < options.reports.size(); ++i) {
@@ -624,9 +638,9 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     bool const use_color =
         &out == &std::cout && ::isatty(STDOUT_FILENO) != 0 && !options.no_color;
     SinkRegistration const registration(out, use_color);
-    unmapped =
-        library_lines.step([&] { return write_text_report(uf, data); }) != 0 ||
-        unmapped;
+    unmapped = library_lines.step([&] {
+      return write_text_report(uf, data, issue_notes);
+    }) != 0 || unmapped;
     if (changes) write_changes_text(*changes, data.terminal_width);
   } else if (stdout_report != nullptr) {
     // Rendered whole before any of it is written, so a writer that fails

@@ -47,11 +47,13 @@ ImportRequest parse_import_request(std::string const& text) {
 }
 
 Config import_input(ImportRequest const& request, std::string& label,
-                    std::ostream& warn) {
+                    std::ostream& warn, SchedulerStates* states) {
   label = request.path == "-" ? "(standard input)" : request.path;
   if (request.format == "dcgm") return import_dcgm(request.path, label, warn);
   InputBytes bytes = read_input(request.path, simdjson::SIMDJSON_PADDING);
-  if (request.format == "slurm") return import_slurm(bytes, label, warn);
+  if (request.format == "slurm") {
+    return import_slurm(bytes, label, warn, states);
+  }
   if (request.format == "alertmanager") {
     return import_alertmanager(bytes, label, warn);
   }

@@ -20,6 +20,7 @@
 #include <ostream>
 #include <string>
 
+#include "cli/input/scheduler_states.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
@@ -47,9 +48,10 @@ ImportRequest parse_import_request(std::string const& text);
 // Reads the import. `label` is set to the name of what is being read (the
 // path, "(standard input)", or a file of a dcgm folder), so that an
 // InputError thrown from here can be told against it.
-// Warnings go to `warn`.
+// Warnings go to `warn`; a slurm import adds its nodes' states to
+// `states` when given.
 Config import_input(ImportRequest const& request, std::string& label,
-                    std::ostream& warn);
+                    std::ostream& warn, SchedulerStates* states = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

@@ -106,7 +106,8 @@ struct Verdict {
 
 class SlurmImporter {
  public:
-  SlurmImporter() : builder_("slurm", "Scheduler node states") {}
+  explicit SlurmImporter(SchedulerStates* states)
+      : builder_("slurm", "Scheduler node states"), states_(states) {}
 
   Config run(InputBytes& bytes, std::string const& label, std::ostream& warn) {
     std::string_view const text = bytes.text();
@@ -116,12 +117,14 @@ class SlurmImporter {
             text[first] == '\r')) {
       ++first;
     }
+    if (states_ != nullptr) states_->present = true;
     if (first < text.size() && text[first] == '{') {
       blank_byte_order_mark(bytes.data(), bytes.size());
       JsonReader json(bytes.text(), label, warn, bytes.releasable());
       read_json(json, simdjson::padded_string_view(bytes.data(), bytes.size(),
                                                    bytes.capacity()));
     } else {
+      if (states_ != nullptr) states_->complete = false;
       read_text(text);
     }
     return builder_.finish();
@@ -131,6 +134,9 @@ class SlurmImporter {
   void finding(Verdict const& verdict, std::string const& host,
                std::string const& reason, std::string const& remedy_text,
                std::int32_t row) {
+    if (states_ != nullptr) {
+      states_->add(host, {verdict.down, verdict.fail, verdict.drain, reason});
+    }
     char const* id = verdict.down    ? "slurm-down"
                      : verdict.fail  ? "slurm-fail"
                      : verdict.drain ? "slurm-drain"
@@ -402,13 +408,14 @@ class SlurmImporter {
   }
 
   ImportBuilder builder_;
+  SchedulerStates* states_;
 };
 
 }  // namespace
 
 Config import_slurm(InputBytes& bytes, std::string const& label,
-                    std::ostream& warn) {
-  return SlurmImporter().run(bytes, label, warn);
+                    std::ostream& warn, SchedulerStates* states) {
+  return SlurmImporter(states).run(bytes, label, warn);
 }
 
 }  // namespace cli

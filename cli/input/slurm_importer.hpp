@@ -38,6 +38,7 @@
 #include <string>
 
 #include "cli/input/byte_source.hpp"
+#include "cli/input/scheduler_states.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
@@ -47,9 +48,10 @@ namespace cli {
 //
 // The Config of one scheduler input. Throws InputError (with "line:column"
 // or a key path) for input of none of the layouts and for a node list that
-// cannot be expanded.
+// cannot be expanded. `states`, when given, receives every node's states
+// and reason (see scheduler_states.hpp).
 Config import_slurm(InputBytes& bytes, std::string const& label,
-                    std::ostream& warn);
+                    std::ostream& warn, SchedulerStates* states = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

@@ -12,6 +12,7 @@
 #include "cli/input/input_error.hpp"
 #include "cli/output/json_writer.hpp"
 #include "cli/output/prometheus_writer.hpp"
+#include "cli/output/slurm_writer.hpp"
 
 namespace vesk {
 namespace cli {
@@ -22,6 +23,7 @@ std::vector<ReportFormat> const& report_formats() {
       {"text", nullptr},
       {"json", write_json_report},
       {"prometheus", write_prometheus_report},
+      {"slurm", write_slurm_report},
   };
   return formats;
 }

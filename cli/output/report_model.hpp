@@ -44,6 +44,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/input/scheduler_states.hpp"
 #include "vesk/common/analysis_output.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
@@ -74,6 +75,9 @@ struct ReportInput {
 struct RunInfo {
   std::vector<ReportInput> inputs;
   std::string generator;  // "vesk-report 1.1.0"
+  // What the slurm imports said of the nodes (the drain script leaves an
+  // administrator's drains alone); `present` false without one.
+  SchedulerStates scheduler{};
 };
 
 // ReportIssue

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "vesk/common/group_key.hpp"
+#include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
 
 namespace vesk {
@@ -36,9 +37,12 @@ std::size_t digit_count(std::size_t number) {
 }
 
 // One section of issues: those whose group keys are on the FAIL side
-// (`fail` true) or not.
+// (`fail` true) or not. `printed` counts the issues of the report so far,
+// the index into `notes`.
 void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
-                   bool fail, char const* heading) {
+                   bool fail, char const* heading,
+                   std::vector<std::string> const* notes,
+                   std::size_t& printed) {
   if (!data.sorted_outputs) return;
   std::vector<std::pair<std::shared_ptr<CollapsedAnalysisOutput>, bool>> issues;
   for (bool const diagnoses : {true, false}) {
@@ -59,6 +63,14 @@ void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
   int number = 0;
   for (auto const& [output, diagnosis_form] : issues) {
     uf.PrintOutput(output, data, ++number, number_width, "", diagnosis_form);
+    if (notes != nullptr && printed < notes->size() &&
+        !(*notes)[printed].empty()) {
+      // Indented and wrapped like the lines of the block above it.
+      std::string const indent(static_cast<std::size_t>(number_width) + 2, ' ');
+      print_text(str::column_wrap(indent + (*notes)[printed] + "\n",
+                                  data.terminal_width, indent));
+    }
+    ++printed;
     print_text("\n");
   }
 }
@@ -66,9 +78,11 @@ void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
 }  // namespace
 
 int write_text_report(UtilityFunctions& uf,
-                      PostprocessorExtensionData const& data) {
-  print_section(uf, data, true, kSectionFail);
-  print_section(uf, data, false, kSectionOther);
+                      PostprocessorExtensionData const& data,
+                      std::vector<std::string> const* issue_notes) {
+  std::size_t printed = 0;
+  print_section(uf, data, true, kSectionFail, issue_notes, printed);
+  print_section(uf, data, false, kSectionOther, issue_notes, printed);
   bool unmapped = uf.Summarize(data) != 0;
   unmapped = uf.print_validation(data) != 0 || unmapped;
   return unmapped ? 1 : 0;

@@ -21,6 +21,9 @@
 #ifndef VESK_CLI_OUTPUT_TEXT_WRITER_HPP_
 #define VESK_CLI_OUTPUT_TEXT_WRITER_HPP_
 
+#include <string>
+#include <vector>
+
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
@@ -37,9 +40,15 @@ inline constexpr char const* kSectionOther = "Other issues";
 // two sections of issues, Summarize, print_validation. Returns 0, or 1
 // when Summarize or print_validation could not map a result (the library
 // has written its error line to standard error; the report is complete).
+//
+// `issue_notes`, when given, holds one line per issue in report order
+// (the report model's order; "" for none): each is printed after its
+// issue's block, before the empty line that ends it, indented and wrapped
+// like the block's own lines (--blast-radius).
 [[nodiscard]] int write_text_report(
     postprocessor::UtilityFunctions& uf,
-    postprocessor::PostprocessorExtensionData const& data);
+    postprocessor::PostprocessorExtensionData const& data,
+    std::vector<std::string> const* issue_notes = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

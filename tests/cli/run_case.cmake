@@ -3,11 +3,14 @@
 #
 #   cmake -DEXE=path -DARGS="--width|80|file.json" -DWORKDIR=dir
 #         [-DEXPECTED_OUT=file] [-DEXPECTED_ERR=file] [-DSTDIN=file]
-#         [-DOUT_FILE=file] -DEXPECTED_STATUS=n -P run_case.cmake
+#         [-DOUT_FILE=file] [-DREPORT_FILE=1] -DEXPECTED_STATUS=n
+#         -P run_case.cmake
 #
 # Without EXPECTED_OUT nothing is expected on standard output. With
 # OUT_FILE, standard output goes to that file (/dev/full) and is not
-# compared.
+# compared. With REPORT_FILE, the text report is written to a file with
+# `--report text=FILE` instead: standard output must stay empty, the file
+# is compared with EXPECTED_OUT, and it must not exist after exit status 2.
 #
 # The summary names a path made from the executable's own directory. To
 # keep that line short (so it never wraps at 80 columns) and the same in
@@ -26,6 +29,10 @@ set(bindir /tmp/vesk-golden-${tag})
 file(MAKE_DIRECTORY ${bindir})
 file(COPY ${EXE} DESTINATION ${bindir})
 get_filename_component(exe_name ${EXE} NAME)
+if(REPORT_FILE)
+  set(report ${bindir}/report.txt)
+  list(APPEND args --report text=${report})
+endif()
 
 if(OUT_FILE)
   execute_process(
@@ -44,10 +51,35 @@ else()
     ERROR_VARIABLE err
     RESULT_VARIABLE status)
 endif()
+if(REPORT_FILE)
+  if(NOT out STREQUAL "")
+    message("standard output is not empty; it was:\n${out}")
+    set(report_failed TRUE)
+  endif()
+  set(out "")
+  if(EXISTS ${report})
+    file(READ ${report} out)
+    if(status STREQUAL "2")
+      message("exit status 2, but ${report} was written")
+      set(report_failed TRUE)
+    endif()
+  elseif(NOT status STREQUAL "2")
+    message("${report} was not written")
+    set(report_failed TRUE)
+  endif()
+  file(GLOB stray ${bindir}/.report.txt.tmp*)
+  if(stray)
+    message("temporary files left: ${stray}")
+    set(report_failed TRUE)
+  endif()
+endif()
 file(REMOVE_RECURSE ${bindir})
 
 string(REPLACE "${bindir}" "@BINDIR@" out "${out}")
 set(failed FALSE)
+if(report_failed)
+  set(failed TRUE)
+endif()
 set(expected_out "")
 if(EXPECTED_OUT)
   file(READ ${EXPECTED_OUT} expected_out)

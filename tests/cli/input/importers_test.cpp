@@ -159,6 +159,47 @@ TEST(ImportSlurm, SinfoGroupLayout) {
   EXPECT_EQ(config.nodes.size(), 4u);
 }
 
+SchedulerStates states_of(std::string const& name) {
+  InputBytes bytes = read_input(kImports + name, simdjson::SIMDJSON_PADDING);
+  std::ostringstream warn;
+  SchedulerStates states;
+  (void)import_slurm(bytes, name, warn, &states);
+  return states;
+}
+
+// What the drain script needs of the scheduler: every node's states and
+// reason; sinfo --json lists every node, sinfo -R only those with a reason.
+TEST(ImportSlurm, SchedulerStatesOfEveryNode) {
+  SchedulerStates const nodes = states_of("sinfo-nodes.json");
+  EXPECT_TRUE(nodes.present);
+  EXPECT_TRUE(nodes.complete);
+  ASSERT_EQ(nodes.nodes.size(), 4u);
+  auto const& cn01 = nodes.nodes.at("cn01");
+  EXPECT_TRUE(cn01.drain && !cn01.down && !cn01.fail);
+  EXPECT_EQ(cn01.reason, "Kill task failed");
+  auto const& cn03 = nodes.nodes.at("cn03");
+  EXPECT_TRUE(cn03.down && !cn03.drain && cn03.held());
+  EXPECT_EQ(cn03.reason, "Not responding");
+  auto const& cn04 = nodes.nodes.at("cn04");
+  EXPECT_FALSE(cn04.held());
+  EXPECT_EQ(cn04.reason, "");
+
+  SchedulerStates const groups = states_of("sinfo-groups.json");
+  EXPECT_TRUE(groups.complete);
+  ASSERT_EQ(groups.nodes.size(), 4u);
+  EXPECT_TRUE(groups.nodes.at("gpu02").drain);
+  EXPECT_EQ(groups.nodes.at("gpu02").reason, "GPU \"0\" fell off the bus");
+  EXPECT_TRUE(groups.nodes.at("gpu03").fail);
+  EXPECT_FALSE(groups.nodes.at("gpu04").held());
+
+  SchedulerStates const table = states_of("sinfo-R.txt");
+  EXPECT_TRUE(table.present);
+  EXPECT_FALSE(table.complete);
+  ASSERT_EQ(table.nodes.size(), 5u);
+  EXPECT_TRUE(table.nodes.at("r2n07").drain);
+  EXPECT_EQ(table.nodes.at("r2n07").reason, "say \"hi\" to ops");
+}
+
 TEST(ImportAlertmanager, GroupsAreDeduplicatedByFingerprint) {
   InputBytes bytes =
       read_input(kImports + "alert-groups.json", simdjson::SIMDJSON_PADDING);

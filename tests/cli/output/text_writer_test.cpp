@@ -32,8 +32,10 @@ struct Written {
   std::string text;
 };
 
-// The report of `config`, unwrapped, as vesk-report prepares it.
-Written write(Config const& config) {
+// The report of `config`, wrapped at `width` (0: unwrapped), as vesk-report
+// prepares it, with `notes` after the issues' blocks when given.
+Written write(Config const& config,
+              std::vector<std::string> const* notes = nullptr, int width = 0) {
   testing::ScopedSink sink;
   PostprocessorExtensionData data;
   data.reports =
@@ -41,8 +43,8 @@ Written write(Config const& config) {
   (*data.reports)["text"] = templates::Reports_t{"text", ""};
   UtilityFunctions uf;
   EXPECT_EQ(uf.fillOutputData(config, data), 0);
-  data.terminal_width = 0;
-  int const status = write_text_report(uf, data);
+  data.terminal_width = width;
+  int const status = write_text_report(uf, data, notes);
   postprocessor::release_links(data);
   return {status, sink.text()};
 }
@@ -126,6 +128,43 @@ TEST(WriteTextReport, NumbersTakeTheWidthOfTheLargest) {
     ++nodes_lines;
   }
   EXPECT_EQ(nodes_lines, 10u);
+}
+
+// A note goes after its issue's block, before the empty line, in report
+// order across both sections; "" prints nothing.
+TEST(WriteTextReport, IssueNotesFollowTheirBlocks) {
+  Config config;
+  config.severity_threshold = 75;
+  config.nodes = {{"n1", "n1", {}, {}}, {"n2", "n2", {}, {}}};
+  add(config, config.observations, "o-info", 10, "n2");
+  add(config, config.observations, "o-crit", 80, "n2");
+  add(config, config.diagnoses, "d-warn", 40, "n1");
+  std::vector<std::string> const notes = {"note one", "", "note three"};
+  EXPECT_EQ(sections(write(config, &notes).text),
+            "Issues contributing to FAIL\n\n"
+            "1. o-crit (appears on 1 node)\n   Nodes: n2\n   note one\n\n"
+            "Other issues\n\n"
+            "1. d-warn (appears on 1 node)\n   Nodes: n1\n\n"
+            "2. o-info (appears on 1 node)\n   Nodes: n2\n   note three\n\n");
+  // Without notes, the report is as it always was.
+  std::vector<std::string> const none;
+  EXPECT_EQ(write(config, &none).text, write(config).text);
+}
+
+// A long note is wrapped at the width like the block, continuation lines
+// indented as the block's lines are; a break after a comma keeps it.
+TEST(WriteTextReport, IssueNotesWrapLikeTheBlock) {
+  Config config;
+  config.severity_threshold = 75;
+  config.nodes = {{"n1", "n1", {}, {}}};
+  add(config, config.observations, "hot", 99, "n1");
+  std::vector<std::string> const notes = {
+      "Blast radius: 1 of 1 node tested (100%); fills rack1, rack2, rack3"};
+  EXPECT_EQ(sections(write(config, &notes, 40).text),
+            "Issues contributing to FAIL\n\n"
+            "1. hot (appears on 1 node)\n   Nodes: n1\n"
+            "   Blast radius: 1 of 1 node tested\n"
+            "   (100%); fills rack1, rack2, rack3\n\n");
 }
 
 }  // namespace
