@@ -1,0 +1,75 @@
+// The HTML report's only script: clicking a node cell of the heat map shows
+// just the issues on that node; the "Show all issues" button, Escape, or a
+// second click on the same cell shows every issue again. It reads nothing but
+// the page's own attributes: a cell's data-i holds the refs of the issues on
+// its node as base-36 differences from the previous ref (the first from 0),
+// an issue's element id is "issue-" and its ref.
+(function () {
+  'use strict';
+  var map = document.getElementById('heatmap');
+  var list = document.getElementById('issues');
+  var bar = document.getElementById('filter');
+  var label = document.getElementById('filter-node');
+  var count = document.getElementById('filter-count');
+  var issues = list.querySelectorAll('.issue');
+  var sections = list.querySelectorAll('.section');
+  var selected = null;
+
+  function refsOf(cell) {
+    var refs = new Set();
+    var text = cell.getAttribute('data-i');
+    if (!text) return refs;
+    var ref = 0;
+    text.split(' ').forEach(function (step) {
+      ref += parseInt(step, 36);
+      refs.add(ref);
+    });
+    return refs;
+  }
+
+  function showSections() {
+    sections.forEach(function (section) {
+      section.hidden = !section.querySelector('.issue:not([hidden])');
+    });
+  }
+
+  function select(cell) {
+    if (selected) selected.classList.remove('sel');
+    if (!cell || cell === selected) {
+      selected = null;
+      issues.forEach(function (issue) { issue.hidden = false; });
+      sections.forEach(function (section) { section.hidden = false; });
+      bar.hidden = true;
+      return;
+    }
+    selected = cell;
+    cell.classList.add('sel');
+    var refs = refsOf(cell);
+    issues.forEach(function (issue) {
+      issue.hidden = !refs.has(Number(issue.id.slice(6)));
+    });
+    showSections();
+    label.textContent = cell.getAttribute('data-n');
+    count.textContent = refs.size === 1 ? '1 issue' : refs.size + ' issues';
+    bar.hidden = false;
+  }
+
+  map.addEventListener('click', function (event) {
+    var cell = event.target.closest('.c');
+    if (cell && map.contains(cell)) select(cell);
+  });
+  document.getElementById('clear').addEventListener('click', function () {
+    select(null);
+  });
+  document.addEventListener('keydown', function (event) {
+    if (event.key === 'Escape' && selected) select(null);
+  });
+  // A provenance link to an issue that the filter hides shows every issue
+  // first, so the link always lands.
+  list.addEventListener('click', function (event) {
+    var link = event.target.closest('a[href^="#issue-"]');
+    if (!link) return;
+    var target = document.getElementById(link.getAttribute('href').slice(1));
+    if (target && target.hidden) select(null);
+  });
+})();
