@@ -22,8 +22,10 @@
 #include <memory>
 #include <new>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <stdexcept>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -33,6 +35,9 @@
 #include "cli/input/document_loader.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/merge.hpp"
+#include "cli/output/atomic_file.hpp"
+#include "cli/output/report_formats.hpp"
+#include "cli/output/report_model.hpp"
 #include "cli/output/text_writer.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/util.hpp"
@@ -58,6 +63,9 @@ using postprocessor::UtilityFunctions;
 
 constexpr char const* kDemoLabel = "demo-cluster.json";
 constexpr char const* kStdinLabel = "(standard input)";
+constexpr char const* kStdoutFailed =
+    "vesk-report: standard output: expected to be able to write the report, "
+    "but writing failed";
 
 // Set by leave_results_at_exit().
 bool g_leave_results_at_exit = false;
@@ -66,6 +74,13 @@ bool g_leave_results_at_exit = false;
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
+};
+
+// Standard output could not take the report while report files were
+// waiting to be put in place.
+class StdoutError : public std::runtime_error {
+ public:
+  StdoutError() : std::runtime_error(kStdoutFailed) {}
 };
 
 // What a run came to; run() turns it into the exit status.
@@ -80,6 +95,8 @@ struct Options {
   bool demo = false;
   std::optional<std::string> file;
   std::vector<ImportRequest> imports;
+  // The reports to write; without --report, the text on standard output.
+  std::vector<ReportRequest> reports;
 };
 
 // Registers a stream with the output log's sink for one run, and removes
@@ -105,6 +122,68 @@ class SinkRegistration {
 
  private:
   std::ostream* out_;
+};
+
+// Gives the output log's sink exactly `streams` for a while (the report
+// files' temporary files), and puts back the destinations it had.
+class SinkOverride {
+ public:
+  explicit SinkOverride(std::vector<log::OutputStream> streams) {
+    if (!OutputLog::singleton_obj) {
+      OutputLog::singleton_obj = std::make_unique<OutputLog::OutputLogStream>();
+    }
+    saved_ =
+        std::exchange(OutputLog::singleton_obj->streams, std::move(streams));
+  }
+  ~SinkOverride() {
+    if (OutputLog::singleton_obj) {
+      OutputLog::singleton_obj->streams = std::move(saved_);
+    }
+  }
+  SinkOverride(SinkOverride const&) = delete;
+  SinkOverride& operator=(SinkOverride const&) = delete;
+
+ private:
+  std::vector<log::OutputStream> saved_;
+};
+
+// A stream buffer that takes everything and keeps nothing.
+class DiscardBuf : public std::streambuf {
+ protected:
+  int_type overflow(int_type ch) override { return traits_type::not_eof(ch); }
+  std::streamsize xsputn(char const*, std::streamsize size) override {
+    return size;
+  }
+};
+
+// The library writes its line about a result it cannot map to std::cerr
+// each time the report is rendered or the model built. A run that does
+// that more than once (a text file and standard output, the model) shows
+// the lines of the first rendering only: each rendering after the first
+// (step()) and the model's build (quiet()) run with std::cerr discarding.
+class LibraryErrorLines {
+ public:
+  template <class Step>
+  auto step(Step&& run_step) {
+    if (!stepped_) {
+      stepped_ = true;
+      return run_step();
+    }
+    return quiet(run_step);
+  }
+  template <class Step>
+  auto quiet(Step&& run_step) {
+    std::streambuf* const saved = std::cerr.rdbuf(&discard_);
+    struct Restore {
+      std::streambuf* saved;
+      ~Restore() { std::cerr.rdbuf(saved); }
+    } const restore{saved};
+    return run_step();
+  }
+
+ private:
+  bool stepped_ = false;
+  DiscardBuf discard_;
 };
 
 // Keeps the process-wide log settings of the caller across a run.
@@ -224,6 +303,15 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
                          import_format_names() + " (repeatable)")
           ->type_name("FORMAT=PATH")
           ->allow_extra_args(false);
+  std::vector<std::string> reports;
+  auto* report_option =
+      app.add_option("--report", reports,
+                     "Write the report as FORMAT (" + report_format_names() +
+                         ") to PATH (none or \"-\": standard output), "
+                         "replacing it only once every report of the run is "
+                         "complete (repeatable; default: text)")
+          ->type_name("FORMAT[=PATH]")
+          ->allow_extra_args(false);
   auto* file_option =
       app.add_option("FILE", file, "The analysis result document")
           ->type_name("");
@@ -265,6 +353,32 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
           "at most one input may read standard input (\"-\") (see --help)");
     }
   }
+  if (report_option->count() != 0) {
+    int stdout_reports = 0;
+    std::set<std::string> paths;
+    for (auto const& text : reports) {
+      try {
+        options.reports.push_back(parse_report_request(text));
+      } catch (std::invalid_argument const& e) {
+        throw UsageError(std::string("--report: ") + e.what() +
+                         " (see --help)");
+      }
+      auto const& path = options.reports.back().path;
+      if (options.reports.back().to_stdout()) {
+        ++stdout_reports;
+      } else if (!paths.insert(path).second) {
+        throw UsageError("--report: expected each PATH once, found \"" +
+                         one_line(path) + "\" again (see --help)");
+      }
+    }
+    if (stdout_reports > 1) {
+      throw UsageError(
+          "at most one report may go to standard output (\"-\") (see "
+          "--help)");
+    }
+  } else {
+    options.reports.push_back(parse_report_request("text"));
+  }
   if (options.demo && options.file) {
     throw UsageError("--demo takes no FILE (see --help)");
   }
@@ -276,13 +390,45 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   return true;
 }
 
-// Loads the document, prints the report. The document's warnings go to
-// `warnings`.
+// Renders a report of the model onto `out`. A writer's failure is told as
+// the report's own (`where`: its PATH, or "standard output").
+void write_model_report(ReportFormat const& format, ReportModel const& model,
+                        std::ostream& out, std::string const& where) {
+  try {
+    format.write(model, out);
+  } catch (std::exception const& e) {
+    throw ReportFileError(where, std::string("expected to be able to write "
+                                             "the report (") +
+                                     e.what() + ")");
+  }
+}
+
+// Loads the inputs, renders every report, puts the report files in place.
+// The document's warnings go to `warnings`.
+//
+// Order: every report file's temporary file is created before any input is
+// read (a missing or read-only folder ends the run at once); the files are
+// rendered and synced to the disk; only then is the report on standard
+// output written (it cannot be taken back, so nothing that can still fail
+// comes before it but the renames); then standard output is flushed and
+// checked, and the files are renamed over their paths. Any failure up to
+// the renames removes every temporary file and leaves every PATH as it was,
+// with nothing on standard output when a file is at fault.
 Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
                    std::ostream& warnings, std::string& label) {
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
 
+  AtomicFileSet files;
+  std::vector<AtomicFile*> report_files(options.reports.size(), nullptr);
+  for (std::size_t i = 0; i < options.reports.size(); ++i) {
+    if (!options.reports[i].to_stdout()) {
+      report_files[i] = &files.open(options.reports[i].path);
+    }
+  }
+
+  RunInfo run_info;
+  run_info.generator = std::string("vesk-report ") + VESK_VERSION;
   LoadedSettings settings;
   InputMerger merger;
   if (options.demo) {
@@ -292,15 +438,18 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
                                kDemoDocumentSize),
               label, document, settings, warnings);
     merger.add_document(std::move(document));
+    run_info.inputs.push_back({"vesk", ""});
   } else if (options.file || options.imports.empty()) {
     Config document;
     std::string const path = options.file.value_or("-");
     label = path == "-" ? kStdinLabel : path;
     load_file(path, label, document, settings, warnings);
     merger.add_document(std::move(document));
+    run_info.inputs.push_back({"vesk", path});
   }
   for (auto const& request : options.imports) {
     merger.add_import(import_input(request, label, warnings));
+    run_info.inputs.push_back({request.format, request.path});
   }
   // The Config and the output data are held through pointers, so that the
   // last run of a process can leave them to its exit (leave_results_at_exit).
@@ -325,28 +474,103 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
       (void)config.release();
     }
   } const leave_at_exit{config_holder, data_holder};
+  // The links are released however the run ends (a report file that
+  // cannot be written ends it by an exception), before the data goes.
+  struct ReleaseLinks {
+    PostprocessorExtensionData const& data;
+    ~ReleaseLinks() { postprocessor::release_links(data); }
+  } const release_links{data};
   if (settings.log_level) {
     data.log_level = *settings.log_level;
     log::LOG_LEVEL = log_levels.at(*settings.log_level);
   }
   data.reports =
       std::make_shared<std::map<std::string, templates::Reports_t>>();
-  (*data.reports)["text"] = templates::Reports_t{"text", ""};
-
-  bool const use_color =
-      &out == &std::cout && ::isatty(STDOUT_FILENO) != 0 && !options.no_color;
-  SinkRegistration registration(out, use_color);
+  std::vector<std::string> const names = report_names(options.reports);
+  for (std::size_t i = 0; i < options.reports.size(); ++i) {
+    (*data.reports)[names[i]] = templates::Reports_t{
+        options.reports[i].format->name, options.reports[i].path};
+  }
 
   UtilityFunctions uf;
   bool unmapped = uf.fillOutputData(config, data) != 0;
+  // Standard output's width as it always was; a report file is no console,
+  // so it is wrapped at --width or not at all.
+  int stdout_width = data.terminal_width;
   if (options.width) {
-    data.terminal_width = *options.width;
+    stdout_width = *options.width;
   } else if (data.terminal_width == 0 && &out == &std::cout &&
              ::isatty(STDOUT_FILENO) != 0) {
-    data.terminal_width = util::console_width(STDOUT_FILENO);
+    stdout_width = util::console_width(STDOUT_FILENO);
   }
-  unmapped = write_text_report(uf, data) != 0 || unmapped;
-  postprocessor::release_links(data);
+  int const file_width = options.width.value_or(0);
+
+  ReportRequest const* stdout_report = nullptr;
+  std::vector<log::OutputStream> text_files;
+  bool needs_model = false;
+  for (std::size_t i = 0; i < options.reports.size(); ++i) {
+    auto const& request = options.reports[i];
+    needs_model = needs_model || request.format->needs_model();
+    if (request.to_stdout()) {
+      stdout_report = &request;
+    } else if (request.format->printed_text()) {
+      text_files.push_back({&report_files[i]->stream(), false});
+    }
+  }
+  bool const text_on_stdout =
+      stdout_report != nullptr && stdout_report->format->printed_text();
+
+  LibraryErrorLines library_lines;
+  ReportModel model;
+  if (needs_model) {
+    // The model's verdicts come from the same mapping as the printed
+    // validation block, which is always rendered and decides the status.
+    SinkOverride const nowhere({});
+    library_lines.quiet([&] {
+      (void)build_report_model(uf, data, run_info, model);
+      return 0;
+    });
+  }
+
+  // The printed text is rendered at least once whatever was asked for: its
+  // mapping failures decide exit status 3, so the status is the run's.
+  if (!text_files.empty() || !text_on_stdout) {
+    data.terminal_width = file_width;
+    SinkOverride const sink(text_files);
+    unmapped =
+        library_lines.step([&] { return write_text_report(uf, data); }) != 0 ||
+        unmapped;
+  }
+  for (std::size_t i = 0; i < options.reports.size(); ++i) {
+    auto const& request = options.reports[i];
+    if (report_files[i] != nullptr && request.format->needs_model()) {
+      write_model_report(*request.format, model, report_files[i]->stream(),
+                         request.path);
+    }
+  }
+  files.finish_all();
+
+  if (text_on_stdout) {
+    data.terminal_width = stdout_width;
+    bool const use_color =
+        &out == &std::cout && ::isatty(STDOUT_FILENO) != 0 && !options.no_color;
+    SinkRegistration const registration(out, use_color);
+    unmapped =
+        library_lines.step([&] { return write_text_report(uf, data); }) != 0 ||
+        unmapped;
+  } else if (stdout_report != nullptr) {
+    // Rendered whole before any of it is written, so a writer that fails
+    // leaves standard output empty.
+    std::ostringstream rendered;
+    write_model_report(*stdout_report->format, model, rendered,
+                       "standard output");
+    out << rendered.str();
+  }
+  if (!files.empty()) {
+    out.flush();
+    if (!out) throw StdoutError();
+    files.commit();
+  }
 
   if (unmapped) return Outcome::kUnmapped;
   return data.overall_pass ? Outcome::kPassed : Outcome::kFailed;
@@ -359,6 +583,10 @@ std::string error_line(std::exception_ptr const& error,
     std::rethrow_exception(error);
   } catch (UsageError const& e) {
     return std::string("vesk-report: ") + e.what();
+  } catch (StdoutError const& e) {
+    return e.what();
+  } catch (ReportFileError const& e) {
+    return "vesk-report: " + one_line(e.path()) + ": " + e.what();
   } catch (InputError const& e) {
     return "vesk-report: " + label + (e.place.empty() ? "" : ":" + e.place) +
            ": " + e.what();
@@ -395,8 +623,7 @@ int run(std::vector<std::string> const& args, std::ostream& out,
   // the status of a complete one.
   out.flush();
   if (!out) {
-    err << "vesk-report: standard output: expected to be able to write the "
-           "report, but writing failed\n";
+    err << kStdoutFailed << "\n";
     return kExitBadInput;
   }
   err << warnings.str();
