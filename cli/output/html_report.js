@@ -1,9 +1,11 @@
 // The HTML report's only script: clicking a node cell of the heat map shows
 // just the issues on that node; the "Show all issues" button, Escape, or a
-// second click on the same cell shows every issue again. It reads nothing but
-// the page's own attributes: a cell's data-i holds the refs of the issues on
-// its node as base-36 differences from the previous ref (the first from 0),
-// an issue's element id is "issue-" and its ref.
+// second click on the same cell shows every issue again. Clicking an issue's
+// node count marks its nodes on the heat map ("Clear the marks", Escape or
+// a second click take the marks away). It reads nothing but the page's own
+// attributes: a cell's data-i holds the refs of the issues on its node as
+// base-36 differences from the previous ref (the first from 0), an issue's
+// element id is "issue-" and its ref.
 (function () {
   'use strict';
   var map = document.getElementById('heatmap');
@@ -13,7 +15,9 @@
   var count = document.getElementById('filter-count');
   var issues = list.querySelectorAll('.issue');
   var sections = list.querySelectorAll('.section');
+  var marks = document.getElementById('marks');
   var selected = null;
+  var marked = null;
 
   function refsOf(cell) {
     var refs = new Set();
@@ -25,6 +29,48 @@
       refs.add(ref);
     });
     return refs;
+  }
+
+  // Whether the cell's node has the issue `ref`; the refs ascend, so the
+  // walk stops at the first one past it.
+  function hasRef(cell, ref) {
+    var text = cell.getAttribute('data-i');
+    if (!text) return false;
+    var at = 0;
+    var steps = text.split(' ');
+    for (var i = 0; i < steps.length; ++i) {
+      at += parseInt(steps[i], 36);
+      if (at >= ref) return at === ref;
+    }
+    return false;
+  }
+
+  function mark(issue) {
+    var ref = issue ? Number(issue.id.slice(6)) : null;
+    map.querySelectorAll('.mark').forEach(function (cell) {
+      cell.classList.remove('mark');
+    });
+    if (ref === null || ref === marked) {
+      marked = null;
+      map.classList.remove('marking');
+      marks.hidden = true;
+      return;
+    }
+    marked = ref;
+    var count = 0;
+    map.querySelectorAll('.c[data-i]').forEach(function (cell) {
+      if (hasRef(cell, ref)) {
+        cell.classList.add('mark');
+        ++count;
+      }
+    });
+    map.classList.add('marking');
+    document.getElementById('marks-count').textContent =
+        count === 1 ? '1 node' : count + ' nodes';
+    document.getElementById('marks-id').textContent =
+        issue.querySelector('.id').textContent;
+    marks.hidden = false;
+    document.getElementById('nodes').scrollIntoView();
   }
 
   function showSections() {
@@ -61,12 +107,22 @@
   document.getElementById('clear').addEventListener('click', function () {
     select(null);
   });
+  document.getElementById('unmark').addEventListener('click', function () {
+    mark(null);
+  });
   document.addEventListener('keydown', function (event) {
-    if (event.key === 'Escape' && selected) select(null);
+    if (event.key !== 'Escape') return;
+    if (selected) select(null);
+    if (marked !== null) mark(null);
   });
   // A provenance link to an issue that the filter hides shows every issue
   // first, so the link always lands.
   list.addEventListener('click', function (event) {
+    var nodeCount = event.target.closest('button.on');
+    if (nodeCount) {
+      mark(nodeCount.closest('.issue'));
+      return;
+    }
     var link = event.target.closest('a[href^="#issue-"]');
     if (!link) return;
     var target = document.getElementById(link.getAttribute('href').slice(1));

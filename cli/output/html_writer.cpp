@@ -28,6 +28,12 @@ constexpr std::size_t kBlock = std::size_t{1} << 16;
 // are counted.
 constexpr std::size_t kHoverIssues = 8;
 
+// An issue's folded node list is shown up to about this many bytes. Longer
+// lists (an issue on hundreds of scattered nodes) are cut after a whole
+// entry: in full they made most of a large cluster's page, and the heat map
+// marks all of an issue's nodes on request.
+constexpr std::size_t kNodesTextLimit = 1000;
+
 void append_escaped(std::string& out, std::string_view text) {
   std::size_t plain = 0;  // start of the run not yet copied
   for (std::size_t i = 0; i < text.size(); ++i) {
@@ -338,7 +344,10 @@ void write_heat_map(Page& page, ReportModel const& model) {
   page.raw(
       "</p>\n<p class=\"muted\">Each cell is a tested node, coloured by the "
       "worst band of its issues. Click a cell to list only that node's "
-      "issues.</p>\n<div id=\"heatmap\">\n");
+      "issues; click an issue's node count to mark its nodes here.</p>\n"
+      "<p id=\"marks\" hidden>Marked: the <span id=\"marks-count\"></span> "
+      "with <b id=\"marks-id\"></b>.<button type=\"button\" "
+      "id=\"unmark\">Clear the marks</button></p>\n<div id=\"heatmap\">\n");
 
   // Blocks in the order their first node is listed; the nodes without a
   // group last.
@@ -415,6 +424,59 @@ void write_links(Page& page, ReportModel const& model, char const* label,
   if (!first) page.raw("</dd>\n");
 }
 
+// The node list of an issue as shown: the whole text, or its beginning up
+// to the last ", " outside brackets and parentheses within the limit, or,
+// when there is none, up to the last "," with an ellipsis and the brackets
+// it leaves open closed.
+struct NodesShown {
+  std::string_view text;
+  std::string ending;  // after the text: "" when it is whole
+  bool whole = true;
+};
+
+NodesShown nodes_shown(std::string_view text) {
+  NodesShown shown;
+  shown.text = text;
+  if (text.size() <= kNodesTextLimit) return shown;
+  shown.whole = false;
+  std::string open;  // the brackets open before position i
+  std::size_t top_cut = std::string_view::npos;
+  std::size_t any_cut = kNodesTextLimit;
+  std::string open_at_any_cut;
+  for (std::size_t i = 0; i < kNodesTextLimit; ++i) {
+    char const c = text[i];
+    if (c == '[' || c == '(') {
+      open += c;
+    } else if ((c == ']' || c == ')') && !open.empty()) {
+      open.pop_back();
+    } else if (c == ',') {
+      if (open.empty() && text[i + 1] == ' ') top_cut = i;
+      any_cut = i;
+      open_at_any_cut = open;
+    }
+  }
+  if (top_cut != std::string_view::npos) {
+    shown.text = text.substr(0, top_cut);
+    shown.ending = ", \xe2\x80\xa6";  // ", …"
+    return shown;
+  }
+  shown.ending = ",\xe2\x80\xa6";  // ",…"
+  if (any_cut == kNodesTextLimit) {
+    // No comma at all: cut at a character's first byte.
+    while (any_cut > 0 &&
+           (static_cast<unsigned char>(text[any_cut]) & 0xc0) == 0x80) {
+      --any_cut;
+    }
+    open_at_any_cut = open;
+    shown.ending = "\xe2\x80\xa6";  // "…"
+  }
+  shown.text = text.substr(0, any_cut);
+  for (auto c = open_at_any_cut.rbegin(); c != open_at_any_cut.rend(); ++c) {
+    shown.ending += *c == '[' ? ']' : ')';
+  }
+  return shown;
+}
+
 void write_issue(
     Page& page, ReportModel const& model,
     std::map<std::string_view, std::string_view> const& short_names,
@@ -429,15 +491,23 @@ void write_issue(
       .text(issue.id)
       .raw("</span>");
   write_issue_badges(page, issue);
-  page.raw(" <span class=\"muted\">appears on ")
+  page.raw(" <button type=\"button\" class=\"on\">appears on ")
       .raw(counted(static_cast<long long>(issue.nodes.size()), "node", "nodes"))
-      .raw("</span></h4>\n<dl>\n<dt>Message</dt><dd>")
+      .raw("</button></h4>\n<dl>\n<dt>Message</dt><dd>")
       .text(issue.message)
       .raw("</dd>\n");
   if (!issue.remedy.empty()) {
     page.raw("<dt>Remedy</dt><dd>").text(issue.remedy).raw("</dd>\n");
   }
-  page.raw("<dt>Nodes</dt><dd>").text(issue.nodes_text).raw("</dd>\n");
+  NodesShown const nodes = nodes_shown(issue.nodes_text);
+  page.raw("<dt>Nodes</dt><dd>").text(nodes.text);
+  if (!nodes.whole) {
+    page.raw(nodes.ending)
+        .raw(" <span class=\"muted\">(the first of ")
+        .number(static_cast<long long>(issue.nodes.size()))
+        .raw(" nodes)</span>");
+  }
+  page.raw("</dd>\n");
   write_links(page, model, "Based on", issue.based_on);
   write_links(page, model, "Explains", issue.explains);
   if (!issue.framework_definitions.empty()) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/input/input_error.hpp"
+#include "cli/output/html_writer.hpp"
 
 namespace vesk {
 namespace cli {
@@ -18,6 +19,7 @@ std::vector<ReportFormat> const& report_formats() {
   // One line per format: {"name", write_name_report}.
   static std::vector<ReportFormat> const formats = {
       {"text", nullptr},
+      {"html", write_html_report},
   };
   return formats;
 }

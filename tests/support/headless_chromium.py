@@ -259,13 +259,28 @@ class Page:
             self.send("Input.dispatchKeyEvent", {"type": kind, "key": key})
         self.next_frame()
 
-    def screenshot(self, path, full_page=True):
-        params = {"format": "png"}
+    def screenshot(self, path, full_page=True, max_height=16384):
+        """A PNG of the viewport, or of the whole page: the viewport is made
+        as tall as the page first, so content the page draws only when it
+        comes into view is drawn too."""
         if full_page:
-            size = self.send("Page.getLayoutMetrics")["cssContentSize"]
-            params["captureBeyondViewport"] = True
-            params["clip"] = {"x": 0, "y": 0, "width": size["width"],
-                              "height": size["height"], "scale": 1}
-        data = self.send("Page.captureScreenshot", params)["data"]
+            width = self.evaluate("window.innerWidth")
+            height = 0
+            for _ in range(10):  # the page's height settles as it draws
+                size = self.send("Page.getLayoutMetrics")["cssContentSize"]
+                wanted = min(max_height, int(size["height"] + 0.5))
+                if wanted == height:
+                    break
+                height = wanted
+                self.send("Emulation.setDeviceMetricsOverride", {
+                    "width": width, "height": height,
+                    "deviceScaleFactor": 1, "mobile": False})
+                self.next_frame()
+        try:
+            data = self.send("Page.captureScreenshot",
+                             {"format": "png"})["data"]
+        finally:
+            if full_page:
+                self.send("Emulation.clearDeviceMetricsOverride")
         with open(path, "wb") as out:
             out.write(base64.b64decode(data))

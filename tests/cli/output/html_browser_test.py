@@ -50,6 +50,10 @@ SECTIONS = ("[...document.querySelectorAll('#issues .section')]"
             ".filter(e => e.checkVisibility()).map(e => e.id)")
 FILTER_TEXT = ("(() => { const f = document.getElementById('filter');"
                " return f.checkVisibility() ? f.textContent : null; })()")
+MARKED = ("[...document.querySelectorAll('#heatmap .mark')]"
+          ".map(c => c.getAttribute('data-n'))")
+MARKS_TEXT = ("(() => { const m = document.getElementById('marks');"
+              " return m.checkVisibility() ? m.textContent : null; })()")
 DANGLING = ("[...document.querySelectorAll('a[href]')]"
             ".map(a => a.getAttribute('href'))"
             ".filter(h => !h.startsWith('#')"
@@ -144,6 +148,16 @@ def test_sample(browser, page, out, path):
     page.press_key("Escape")
     expect_equal(page.evaluate(VISIBLE), everything,
                  "sample: issues after Escape")
+    # An issue's node count marks its nodes on the heat map.
+    page.click("#issue-2 button.on")
+    expect_equal(page.evaluate(MARKED), ["a01", "a02", "x01"],
+                 "sample: cells marked for fan-speed")
+    expect_equal(page.evaluate(MARKS_TEXT),
+                 "Marked: the 3 nodes with fan-speed.Clear the marks",
+                 "sample: marks bar")
+    page.click("#unmark")
+    expect_equal(page.evaluate(MARKED), [], "sample: marks cleared")
+    expect_equal(page.evaluate(MARKS_TEXT), None, "sample: marks bar hidden")
     filter_to(page, "b01", ["disk-smart"], "sample")
     check_common(browser, page, "sample", out)
 
@@ -227,6 +241,12 @@ def test_demo(browser, page, out, vesk_report):
     filter_to(page, "r1n19", [], "demo")  # its one issue is suppressed
     filter_to(page, "r1n01", ["ib-link-width"], "demo")
     page.click("#clear")
+    page.click("#issue-5 button.on")  # ib-port-state
+    expect_equal(page.evaluate(MARKED),
+                 ["r2n01", "r2n02", "r2n03", "r2n04", "r2n06"],
+                 "demo: cells marked for ib-port-state")
+    page.press_key("Escape")
+    expect_equal(page.evaluate(MARKED), [], "demo: marks after Escape")
     check_common(browser, page, "demo", out)
 
 

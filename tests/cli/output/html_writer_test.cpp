@@ -14,6 +14,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "cli/output/html_models.hpp"
 
@@ -147,41 +148,41 @@ TEST(HtmlWriter, OneCellPerTestedNodeByGroupColouredByWorstBand) {
 
 TEST(HtmlWriter, IssuesInReportOrderWithAnchors) {
   std::string const page = page_of(sample_model());
-  EXPECT_TRUE(has(
-      page,
-      "<div class=\"section\" id=\"fail-issues\">\n<h3>Issues contributing "
-      "to FAIL</h3>\n"
-      "<article class=\"issue b3\" id=\"issue-0\">\n"
-      "<h4>1. <span class=\"id\">overheat</span><span class=\"badge "
-      "b3\">critical</span><span class=\"badge\">diagnosis</span><span "
-      "class=\"badge\">severity 90</span> <span class=\"muted\">appears on 2 "
-      "nodes</span></h4>\n"
-      "<dl>\n<dt>Message</dt><dd>Message of overheat</dd>\n"
-      "<dt>Remedy</dt><dd>Check the fans.</dd>\n"
-      "<dt>Nodes</dt><dd>a[01-02]</dd>\n"
-      "<dt>Based on</dt><dd><a href=\"#issue-2\">fan-speed</a></dd>\n"
-      "<dt>Framework definition</dt><dd>compute</dd>\n"
-      "<dt>Row IDs</dt><dd>7,8</dd>\n</dl>\n</article>\n"
-      // A link to a record that is not listed is left out.
-      "<article class=\"issue b3\" id=\"issue-1\">\n"
-      "<h4>2. <span class=\"id\">disk-smart</span><span class=\"badge "
-      "b3\">critical</span><span class=\"badge\">observation</span><span "
-      "class=\"badge\">severity 80</span> <span class=\"muted\">appears on 1 "
-      "node</span></h4>\n"
-      "<dl>\n<dt>Message</dt><dd>Message of disk-smart</dd>\n"
-      "<dt>Nodes</dt><dd>b01</dd>\n</dl>\n</article>\n"
-      "<article class=\"issue b2\" id=\"issue-2\">\n"
-      "<h4>3. <span class=\"id\">fan-speed</span><span class=\"badge "
-      "b2\">warning</span><span class=\"badge\">secondary "
-      "observation</span><span class=\"badge\">severity 40</span> <span "
-      "class=\"muted\">appears on 3 nodes</span></h4>\n"
-      "<dl>\n<dt>Message</dt><dd>Message of fan-speed</dd>\n"
-      "<dt>Nodes</dt><dd>a[01-02], x01</dd>\n"
-      "<dt>Explains</dt><dd><a href=\"#issue-0\">overheat</a></dd>\n"
-      "</dl>\n</article>\n</div>\n"
-      "<div class=\"section\" id=\"other-issues\">\n<h3>Other issues</h3>\n"
-      "<article class=\"issue b1\" id=\"issue-3\">\n"
-      "<h4>1. <span class=\"id\">kernel-version</span>"));
+  EXPECT_TRUE(
+      has(page,
+          "<div class=\"section\" id=\"fail-issues\">\n<h3>Issues contributing "
+          "to FAIL</h3>\n"
+          "<article class=\"issue b3\" id=\"issue-0\">\n"
+          "<h4>1. <span class=\"id\">overheat</span><span class=\"badge "
+          "b3\">critical</span><span class=\"badge\">diagnosis</span><span "
+          "class=\"badge\">severity 90</span> <button type=\"button\" "
+          "class=\"on\">appears on 2 nodes</button></h4>\n"
+          "<dl>\n<dt>Message</dt><dd>Message of overheat</dd>\n"
+          "<dt>Remedy</dt><dd>Check the fans.</dd>\n"
+          "<dt>Nodes</dt><dd>a[01-02]</dd>\n"
+          "<dt>Based on</dt><dd><a href=\"#issue-2\">fan-speed</a></dd>\n"
+          "<dt>Framework definition</dt><dd>compute</dd>\n"
+          "<dt>Row IDs</dt><dd>7,8</dd>\n</dl>\n</article>\n"
+          // A link to a record that is not listed is left out.
+          "<article class=\"issue b3\" id=\"issue-1\">\n"
+          "<h4>2. <span class=\"id\">disk-smart</span><span class=\"badge "
+          "b3\">critical</span><span class=\"badge\">observation</span><span "
+          "class=\"badge\">severity 80</span> <button type=\"button\" "
+          "class=\"on\">appears on 1 node</button></h4>\n"
+          "<dl>\n<dt>Message</dt><dd>Message of disk-smart</dd>\n"
+          "<dt>Nodes</dt><dd>b01</dd>\n</dl>\n</article>\n"
+          "<article class=\"issue b2\" id=\"issue-2\">\n"
+          "<h4>3. <span class=\"id\">fan-speed</span><span class=\"badge "
+          "b2\">warning</span><span class=\"badge\">secondary "
+          "observation</span><span class=\"badge\">severity 40</span> <button "
+          "type=\"button\" class=\"on\">appears on 3 nodes</button></h4>\n"
+          "<dl>\n<dt>Message</dt><dd>Message of fan-speed</dd>\n"
+          "<dt>Nodes</dt><dd>a[01-02], x01</dd>\n"
+          "<dt>Explains</dt><dd><a href=\"#issue-0\">overheat</a></dd>\n"
+          "</dl>\n</article>\n</div>\n"
+          "<div class=\"section\" id=\"other-issues\">\n<h3>Other issues</h3>\n"
+          "<article class=\"issue b1\" id=\"issue-3\">\n"
+          "<h4>1. <span class=\"id\">kernel-version</span>"));
   // Every in-page link names an issue's element.
   std::regex const link("href=\"#([^\"]*)\"");
   std::size_t links = 0;
@@ -191,6 +192,58 @@ TEST(HtmlWriter, IssuesInReportOrderWithAnchors) {
     EXPECT_TRUE(has(page, "id=\"" + (*it)[1].str() + "\"")) << (*it)[1];
   }
   EXPECT_EQ(links, 2u);
+}
+
+// An issue on these nodes, with this node text, alone on the page.
+std::string nodes_dd(std::string const& text, std::size_t node_count) {
+  ReportModel model;
+  std::vector<std::string> nodes;
+  for (std::size_t i = 0; i < node_count; ++i) {
+    nodes.push_back("n" + std::to_string(i));
+  }
+  model.issues.push_back(make_issue(0, true, 1, IssueKind::kObservation,
+                                    Band::kWarning, 30, "x", nodes, text));
+  std::string const page = page_of(model);
+  std::size_t const begin = page.find("<dt>Nodes</dt><dd>");
+  std::size_t const end = page.find("</dd>", begin);
+  return page.substr(begin + 18, end - begin - 18);
+}
+
+TEST(HtmlWriter, LongNodeListsAreCutAfterAWholeEntry) {
+  std::string const short_text(1000, 'a');  // up to 1,000 bytes: whole
+  EXPECT_EQ(nodes_dd(short_text, 1), short_text);
+
+  // "(node00000), (node00001), ...": 13 bytes an entry with its ", ".
+  // The last ", " that starts within the first 1,000 bytes follows entry
+  // 76 (at 76 * 13 + 11 = 999).
+  std::string entries;
+  std::string first77;
+  for (int i = 0; i < 200; ++i) {
+    std::string const entry = "(node" + std::to_string(10000 + i) + ")";
+    if (i > 0) entries += ", ";
+    entries += entry;
+    if (i == 76) first77 = entries;
+  }
+  EXPECT_EQ(nodes_dd(entries, 200),
+            first77 +
+                ", \xe2\x80\xa6 <span class=\"muted\">(the first of 200 "
+                "nodes)</span>");
+
+  // One bracket "node[10000,10002,...]": no ", " outside it, so the cut is
+  // at the last "," within the limit (number 164 ends at 5 + 164 * 6 + 5 =
+  // 994) and the bracket is closed.
+  std::string bracket = "node[";
+  std::string first165;
+  for (int i = 0; i < 300; ++i) {
+    if (i > 0) bracket += ",";
+    bracket += std::to_string(10000 + 2 * i);
+    if (i == 164) first165 = bracket;
+  }
+  bracket += "]";
+  EXPECT_EQ(nodes_dd(bracket, 300),
+            first165 +
+                ",\xe2\x80\xa6] <span class=\"muted\">(the first of 300 "
+                "nodes)</span>");
 }
 
 TEST(HtmlWriter, TitledDefinitionsWithVerdicts) {
