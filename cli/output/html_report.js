@@ -19,30 +19,40 @@
   var selected = null;
   var marked = null;
 
+  // Calls visit(ref) for each ref of the cell's data-i, in order, until it
+  // returns true. Decoded by hand: a large page has a million refs or more.
+  function eachRef(cell, visit) {
+    var text = cell.getAttribute('data-i');
+    if (!text) return;
+    var ref = 0;
+    var step = 0;
+    for (var i = 0; i <= text.length; ++i) {
+      var c = i < text.length ? text.charCodeAt(i) : 32;
+      if (c === 32) {
+        ref += step;
+        step = 0;
+        if (visit(ref)) return;
+      } else {
+        step = step * 36 + (c <= 57 ? c - 48 : c - 87);
+      }
+    }
+  }
+
   function refsOf(cell) {
     var refs = new Set();
-    var text = cell.getAttribute('data-i');
-    if (!text) return refs;
-    var ref = 0;
-    text.split(' ').forEach(function (step) {
-      ref += parseInt(step, 36);
-      refs.add(ref);
-    });
+    eachRef(cell, function (ref) { refs.add(ref); });
     return refs;
   }
 
   // Whether the cell's node has the issue `ref`; the refs ascend, so the
-  // walk stops at the first one past it.
+  // walk stops at the first one that is not below it.
   function hasRef(cell, ref) {
-    var text = cell.getAttribute('data-i');
-    if (!text) return false;
-    var at = 0;
-    var steps = text.split(' ');
-    for (var i = 0; i < steps.length; ++i) {
-      at += parseInt(steps[i], 36);
-      if (at >= ref) return at === ref;
-    }
-    return false;
+    var found = false;
+    eachRef(cell, function (at) {
+      found = at === ref;
+      return at >= ref;
+    });
+    return found;
   }
 
   function mark(issue) {

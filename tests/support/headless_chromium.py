@@ -197,16 +197,20 @@ class Chromium:
         target = self.send("Target.createTarget", {"url": "about:blank"})
         session = self.send("Target.attachToTarget", {
             "targetId": target["targetId"], "flatten": True})["sessionId"]
-        page = Page(self, session)
+        page = Page(self, session, target["targetId"])
         for domain in ("Page.enable", "Runtime.enable", "Log.enable"):
             page.send(domain)
         return page
 
 
 class Page:
-    def __init__(self, browser, session):
+    def __init__(self, browser, session, target):
         self.browser = browser
         self.session = session
+        self.target = target
+
+    def close(self):
+        self.browser.send("Target.closeTarget", {"targetId": self.target})
 
     def send(self, method, params=None, timeout=None):
         return self.browser.send(method, params, self.session, timeout)
