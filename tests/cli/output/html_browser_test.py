@@ -13,7 +13,7 @@ Chromium is not installed.
 
     html_browser_test.py --chromium /usr/bin/chromium \
         --fixture build/tests/cli/html_page_fixture --out build/html_browser \
-        [--vesk-report build/cli/vesk-report]
+        [--vesk-report build/cli/vesk-report [--docs-screenshot PNG]]
 """
 
 import argparse
@@ -206,7 +206,7 @@ def test_hostile(browser, page, out, path):
     check_common(browser, page, "hostile", out)
 
 
-def test_demo(browser, page, out, vesk_report):
+def test_demo(browser, page, out, vesk_report, docs_screenshot=None):
     path = os.path.join(out, "demo.html")
     status = subprocess.run(
         [vesk_report, "--demo", "--report", "html=" + path],
@@ -248,6 +248,12 @@ def test_demo(browser, page, out, vesk_report):
     page.press_key("Escape")
     expect_equal(page.evaluate(MARKED), [], "demo: marks after Escape")
     check_common(browser, page, "demo", out)
+    if docs_screenshot:
+        # The picture of the README: the demo filtered to a node.
+        page.click(cell("r1n03"))
+        page.evaluate("window.scrollTo(0, 0)")
+        page.screenshot(docs_screenshot)
+        print("demo: screenshot %s" % docs_screenshot)
 
 
 def main():
@@ -256,6 +262,8 @@ def main():
     parser.add_argument("--fixture", required=True)
     parser.add_argument("--out", required=True)
     parser.add_argument("--vesk-report")
+    parser.add_argument("--docs-screenshot",
+                        help="also save the demo filtered to r1n03 here")
     args = parser.parse_args()
     if not os.access(args.chromium, os.X_OK):
         print("SKIPPED: %s is not installed (Debian package chromium)"
@@ -274,7 +282,8 @@ def main():
             test_sample(browser, page, out, pages["sample"])
             test_hostile(browser, page, out, pages["hostile"])
             if args.vesk_report:
-                test_demo(browser, page, out, args.vesk_report)
+                test_demo(browser, page, out, args.vesk_report,
+                          args.docs_screenshot)
         except ChromiumError as error:
             FAILURES.append(str(error))
             print("FAILED: %s\n%s" % (error, browser.log_text()[-3000:]))
