@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/input/input_error.hpp"
+#include "cli/output/html_writer.hpp"
 #include "cli/output/json_writer.hpp"
 #include "cli/output/prometheus_writer.hpp"
 #include "cli/output/slurm_writer.hpp"
@@ -23,6 +24,7 @@ std::vector<ReportFormat> const& report_formats() {
       {"text", nullptr},
       {"json", write_json_report},
       {"prometheus", write_prometheus_report},
+      {"html", write_html_report},
       {"slurm", write_slurm_report},
   };
   return formats;

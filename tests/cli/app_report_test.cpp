@@ -181,12 +181,12 @@ TEST(AppReport, RunLeavesTheSinkAsItFoundIt) {
 TEST(AppReport, HelpNamesTheOptionAndItsFormats) {
   RunResult const help = run_in(kInputDir, {"--help"});
   EXPECT_EQ(help.status, kExitPassed);
-  EXPECT_NE(
-      help.out.find("  --report FORMAT[=PATH] ...  Write the report as "
-                    "FORMAT (text or slurm) to PATH (none or \"-\": standard "
-                    "output), replacing it only once every report of "
-                    "the run is complete (repeatable; default: text)\n"),
-      std::string::npos)
+  EXPECT_NE(help.out.find("  --report FORMAT[=PATH] ...  Write the report as "
+                          "FORMAT (text, json, prometheus, html or slurm) to "
+                          "PATH (none or \"-\": standard "
+                          "output), replacing it only once every report of "
+                          "the run is complete (repeatable; default: text)\n"),
+            std::string::npos)
       << help.out;
 }
 
@@ -198,7 +198,8 @@ TEST(AppReport, UsageErrors) {
   std::vector<Case> const cases = {
       {{"--report", "xml=r.xml"},
        "vesk-report: --report: expected FORMAT[=PATH] with FORMAT one of "
-       "text or slurm, found \"xml=r.xml\" (see --help)\n"},
+       "text, json, prometheus, html or slurm, found \"xml=r.xml\" (see "
+       "--help)\n"},
       {{"--report", "text=", "--demo"},
        "vesk-report: --report: expected a PATH after \"=\" (\"-\": standard "
        "output), found \"text=\" (see --help)\n"},
