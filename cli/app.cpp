@@ -611,6 +611,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   // --blast-radius: one line after each issue of the printed text.
   std::vector<std::string> blast_radius_lines;
   if (options.blast_radius) blast_radius_lines = blast_radius_texts(model);
+  model.blast_radius = options.blast_radius;
   std::vector<std::string> const* const issue_notes =
       options.blast_radius ? &blast_radius_lines : nullptr;
 

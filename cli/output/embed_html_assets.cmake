@@ -1,7 +1,9 @@
 # Writes a C++ source that carries the HTML report's style sheet and script,
 # and the SHA-256 of the script (the page's content security policy allows
-# that one script by its hash):
-#   cmake -DSTYLE=a.css -DSCRIPT=b.js -DOUTPUT=source.cpp -P embed_html_assets.cmake
+# that one script by its hash), and the style added to pages that show the
+# changes since a baseline or the blast radius:
+#   cmake -DSTYLE=a.css -DCHANGES_STYLE=c.css -DSCRIPT=b.js -DOUTPUT=source.cpp
+#         -P embed_html_assets.cmake
 function(embed_bytes file variable)
   file(READ "${file}" hex HEX)
   string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")
@@ -10,10 +12,11 @@ function(embed_bytes file variable)
 endfunction()
 
 embed_bytes("${STYLE}" style)
+embed_bytes("${CHANGES_STYLE}" changes_style)
 embed_bytes("${SCRIPT}" script)
 file(SHA256 "${SCRIPT}" script_sha256)
 file(WRITE "${OUTPUT}.tmp"
-"// Generated from ${STYLE} and ${SCRIPT} by embed_html_assets.cmake; do not
+"// Generated from ${STYLE}, ${CHANGES_STYLE} and ${SCRIPT} by embed_html_assets.cmake; do not
 // edit.
 #include \"cli/output/html_assets.hpp\"
 
@@ -22,6 +25,8 @@ namespace cli {
 
 char const kHtmlStyle[] = {
 ${style}0x00};
+char const kHtmlChangesStyle[] = {
+${changes_style}0x00};
 char const kHtmlScript[] = {
 ${script}0x00};
 char const kHtmlScriptSha256[] = \"${script_sha256}\";

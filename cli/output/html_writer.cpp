@@ -9,12 +9,16 @@
 #include <cstdint>
 #include <ctime>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "cli/history/comparison.hpp"
+#include "cli/output/blast_radius.hpp"
 #include "cli/output/html_assets.hpp"
+#include "vesk/postprocessor/utility_functions.hpp"
 
 namespace vesk {
 namespace cli {
@@ -172,6 +176,7 @@ void write_head(Page& page, ReportModel const& model) {
   page.raw(model.passed ? "PASS" : "FAIL");
   page.raw("</title>\n<style>\n");
   page.raw(kHtmlStyle);
+  if (model.changes || model.blast_radius) page.raw(kHtmlChangesStyle);
   page.raw("</style>\n</head>\n<body>\n");
 }
 
@@ -245,7 +250,13 @@ struct NodeMap {
   std::vector<std::string_view> hosts;  // distinct, in the node list's order
   std::vector<std::vector<std::size_t>> refs;  // per host, ascending
   std::vector<int> level;                      // per host, 0..3
+  // With a baseline, per host: kNewNode, kRecovered and kFlapping or'ed.
+  std::vector<unsigned> change;
 };
+
+constexpr unsigned kNewNode = 1;
+constexpr unsigned kRecovered = 2;
+constexpr unsigned kFlapping = 4;
 
 NodeMap map_nodes(ReportModel const& model) {
   NodeMap map;
@@ -272,6 +283,18 @@ NodeMap map_nodes(ReportModel const& model) {
     std::sort(refs.begin(), refs.end());
     refs.erase(std::unique(refs.begin(), refs.end()), refs.end());
   }
+  if (model.changes) {
+    map.change.assign(map.hosts.size(), 0);
+    auto mark = [&](std::vector<std::string> const& hosts, unsigned flag) {
+      for (std::string const& host : hosts) {
+        auto const found = index.find(host);
+        if (found != index.end()) map.change[found->second] |= flag;
+      }
+    };
+    mark(model.changes->new_nodes, kNewNode);
+    mark(model.changes->recovered_nodes, kRecovered);
+    mark(model.changes->flapping_nodes, kFlapping);
+  }
   return map;
 }
 
@@ -290,12 +313,18 @@ void append_base36(std::string& out, std::size_t value) {
 void write_cell(Page& page, ReportModel const& model, NodeMap const& map,
                 std::size_t node, std::string& scratch) {
   std::vector<std::size_t> const& refs = map.refs[node];
-  page.raw("<i class=\"c c")
-      .number(map.level[node])
-      .raw("\" data-n=\"")
+  unsigned const change = map.change.empty() ? 0 : map.change[node];
+  page.raw("<i class=\"c c").number(map.level[node]);
+  if (change & kNewNode) page.raw(" new");
+  if (change & kRecovered) page.raw(" rec");
+  if (change & kFlapping) page.raw(" flap");
+  page.raw("\" data-n=\"")
       .text(map.hosts[node])
       .raw("\" title=\"")
       .text(map.hosts[node]);
+  if (change & kNewNode) page.raw("&#10;newly with issues since the baseline");
+  if (change & kRecovered) page.raw("&#10;recovered since the baseline");
+  if (change & kFlapping) page.raw("&#10;flapping");
   if (refs.empty()) {
     page.raw("&#10;no issues\"></i>");
     return;
@@ -347,7 +376,22 @@ void write_heat_map(Page& page, ReportModel const& model) {
       "issues; click an issue's node count to mark its nodes here.</p>\n"
       "<p id=\"marks\" hidden>Marked: the <span id=\"marks-count\"></span> "
       "with <b id=\"marks-id\"></b>.<button type=\"button\" "
-      "id=\"unmark\">Clear the marks</button></p>\n<div id=\"heatmap\">\n");
+      "id=\"unmark\">Clear the marks</button></p>\n");
+  if (model.changes) {
+    int per_change[3] = {0, 0, 0};
+    for (unsigned change : map.change) {
+      for (int bit = 0; bit < 3; ++bit) per_change[bit] += (change >> bit) & 1;
+    }
+    page.raw("<p class=\"legend changes\">Since the baseline: ")
+        .raw("<span><i class=\"c new\"></i>newly with issues (")
+        .number(per_change[0])
+        .raw(")</span><span><i class=\"c rec\"></i>recovered (")
+        .number(per_change[1])
+        .raw(")</span><span><i class=\"c flap\"></i>flapping (")
+        .number(per_change[2])
+        .raw(")</span></p>\n");
+  }
+  page.raw("<div id=\"heatmap\">\n");
 
   // Blocks in the order their first node is listed; the nodes without a
   // group last.
@@ -394,8 +438,24 @@ void write_heat_map(Page& page, ReportModel const& model) {
   page.raw("</div>\n</section>\n");
 }
 
-// The band, kind and severity of an issue, after its id in the heading.
-void write_issue_badges(Page& page, ReportIssue const& issue) {
+// Up to kHoverIssues of `hosts`, then how many more.
+void write_some_hosts(Page& page, std::vector<std::string> const& hosts) {
+  for (std::size_t i = 0; i < hosts.size() && i < kHoverIssues; ++i) {
+    if (i > 0) page.raw(", ");
+    page.text(hosts[i]);
+  }
+  if (hosts.size() > kHoverIssues) {
+    page.raw(" and ")
+        .number(static_cast<long long>(hosts.size() - kHoverIssues))
+        .raw(" more");
+  }
+}
+
+// The band, kind and severity of an issue, after its id in the heading;
+// with a baseline, whether it is new or persisting (and how its nodes
+// changed).
+void write_issue_badges(Page& page, ReportModel const& model,
+                        ReportIssue const& issue) {
   std::string_view kind = kind_name(issue.kind);
   page.raw("<span class=\"badge b")
       .number(band_level(issue.band))
@@ -406,6 +466,30 @@ void write_issue_badges(Page& page, ReportIssue const& issue) {
       .raw("</span><span class=\"badge\">severity ")
       .number(issue.severity)
       .raw("</span>");
+  if (!model.changes || issue.ref >= model.changes->issues.size()) return;
+  IssueComparison const& comparison = model.changes->issues[issue.ref];
+  bool const is_new = comparison.change == IssueChange::kNew;
+  page.raw(is_new ? "<span class=\"badge new\" title=\"first seen "
+                  : "<span class=\"badge persisting\" title=\"first seen ")
+      .text(comparison.first_seen);
+  if (!comparison.nodes_gained.empty()) {
+    page.raw("&#10;nodes gained: ");
+    write_some_hosts(page, comparison.nodes_gained);
+  }
+  if (!comparison.nodes_lost.empty()) {
+    page.raw("&#10;nodes lost: ");
+    write_some_hosts(page, comparison.nodes_lost);
+  }
+  page.raw("\">").raw(change_name(comparison.change));
+  if (!comparison.nodes_gained.empty()) {
+    page.raw(" +").number(
+        static_cast<long long>(comparison.nodes_gained.size()));
+  }
+  if (!comparison.nodes_lost.empty()) {
+    page.raw(" \xe2\x88\x92")  // U+2212 MINUS SIGN
+        .number(static_cast<long long>(comparison.nodes_lost.size()));
+  }
+  page.raw("</span>");
 }
 
 void write_links(Page& page, ReportModel const& model, char const* label,
@@ -480,7 +564,7 @@ NodesShown nodes_shown(std::string_view text) {
 void write_issue(
     Page& page, ReportModel const& model,
     std::map<std::string_view, std::string_view> const& short_names,
-    ReportIssue const& issue) {
+    BlastRadiusIndex const* blast_radius, ReportIssue const& issue) {
   page.raw("<article class=\"issue b")
       .number(band_level(issue.band))
       .raw("\" id=\"issue-")
@@ -490,7 +574,7 @@ void write_issue(
       .raw(". <span class=\"id\">")
       .text(issue.id)
       .raw("</span>");
-  write_issue_badges(page, issue);
+  write_issue_badges(page, model, issue);
   page.raw(" <button type=\"button\" class=\"on\">appears on ")
       .raw(counted(static_cast<long long>(issue.nodes.size()), "node", "nodes"))
       .raw("</button></h4>\n<dl>\n<dt>Message</dt><dd>")
@@ -508,6 +592,16 @@ void write_issue(
         .raw(" nodes)</span>");
   }
   page.raw("</dd>\n");
+  if (blast_radius != nullptr) {
+    // The text report's line without its label.
+    std::string const text = blast_radius_text(blast_radius->of(issue));
+    std::string_view const label = "Blast radius: ";
+    std::string_view shown = text;
+    if (shown.substr(0, label.size()) == label) {
+      shown.remove_prefix(label.size());
+    }
+    page.raw("<dt>Blast radius</dt><dd>").text(shown).raw("</dd>\n");
+  }
   write_links(page, model, "Based on", issue.based_on);
   write_links(page, model, "Explains", issue.explains);
   if (!issue.framework_definitions.empty()) {
@@ -549,6 +643,8 @@ void write_issues(Page& page, ReportModel const& model) {
       "id=\"filter-node\"></b>.<button type=\"button\" id=\"clear\">Show all "
       "issues</button></p>\n");
   if (model.issues.empty()) page.raw("<p>No issues.</p>\n");
+  std::optional<BlastRadiusIndex> blast_radius;
+  if (model.blast_radius) blast_radius.emplace(model);
   for (bool fail_side : {true, false}) {
     bool open = false;
     for (ReportIssue const& issue : model.issues) {
@@ -560,9 +656,47 @@ void write_issues(Page& page, ReportModel const& model) {
             .raw("</h3>\n");
         open = true;
       }
-      write_issue(page, model, short_names, issue);
+      write_issue(page, model, short_names,
+                  blast_radius ? &*blast_radius : nullptr, issue);
     }
     if (open) page.raw("</div>\n");
+  }
+  page.raw("</section>\n");
+}
+
+// With a baseline: the issues of the baseline that this run lacks.
+void write_resolved(Page& page, ReportModel const& model) {
+  ReportChanges const& changes = *model.changes;
+  page.raw("<section id=\"resolved\">\n<h2>Resolved since the baseline</h2>\n")
+      .raw("<p class=\"muted\">Issues of the run of ")
+      .text(changes.baseline_generated_at)
+      .raw(" that this run does not have: ")
+      .number(static_cast<long long>(changes.resolved.size()))
+      .raw(".</p>\n");
+  postprocessor::UtilityFunctions uf;
+  for (IssueIdentity const& issue : changes.resolved) {
+    std::string_view kind = kind_name(issue.kind);
+    page.raw("<article class=\"issue resolved\">\n<h4><span class=\"id\">")
+        .text(issue.id)
+        .raw("</span><span class=\"badge\">")
+        .raw(kind == "secondary_observation" ? "secondary observation" : kind)
+        .raw("</span></h4>\n<dl>\n<dt>Message</dt><dd>")
+        .text(issue.message)
+        .raw("</dd>\n<dt>Nodes</dt><dd>");
+    if (issue.nodes.empty()) {
+      page.raw("none");
+    } else {
+      std::string const folded = uf.get_node_string_merge(issue.nodes);
+      NodesShown const nodes = nodes_shown(folded);
+      page.text(nodes.text);
+      if (!nodes.whole) {
+        page.raw(nodes.ending)
+            .raw(" <span class=\"muted\">(the first of ")
+            .number(static_cast<long long>(issue.nodes.size()))
+            .raw(" nodes)</span>");
+      }
+    }
+    page.raw("</dd>\n</dl>\n</article>\n");
   }
   page.raw("</section>\n");
 }
@@ -625,6 +759,7 @@ void write_html_report(ReportModel const& model, std::ostream& out) {
   write_summary(page, model);
   write_heat_map(page, model);
   write_issues(page, model);
+  if (model.changes) write_resolved(page, model);
   write_definitions(page, model);
   page.raw("<script>").raw(kHtmlScript).raw("</script>\n</body>\n</html>\n");
   page.flush();

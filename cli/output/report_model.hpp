@@ -165,6 +165,9 @@ struct ReportModel {
   // With --baseline: what changed since the earlier run, set after the
   // model is built; null otherwise.
   std::shared_ptr<ReportChanges const> changes;
+  // With --blast-radius: the writers that can show each issue's reach
+  // (the HTML page) do.
+  bool blast_radius = false;
 };
 
 // build_report_model()
