@@ -10,12 +10,14 @@
 #include "cli/output/html_writer.hpp"
 
 #include <cstddef>
+#include <memory>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "cli/history/comparison.hpp"
 #include "cli/output/html_models.hpp"
 
 #include <gtest/gtest.h>
@@ -355,6 +357,123 @@ TEST(HtmlWriter, InputTextNeverBecomesMarkup) {
   }
   // Links keep to the anchors, whatever the id says.
   EXPECT_EQ(count(page, "<a href=\"#issue-0\">id&lt;script&gt;"), 2u);
+}
+
+// The sample against a hand-built earlier run: overheat is new, fan-speed
+// gained x01 and lost a03, "psu" on a03 and a04 was resolved; x01 is newly
+// with issues, a03 recovered and flapping, z99 (not tested) recovered.
+ReportModel sample_with_changes() {
+  ReportModel model = sample_model();
+  auto changes = std::make_shared<ReportChanges>();
+  changes->baseline_generated_at = "2023-11-07T22:13:20Z";
+  changes->issues.resize(4);
+  changes->issues[0].change = IssueChange::kNew;
+  changes->issues[0].first_seen = "2023-11-14T22:13:20Z";
+  for (std::size_t ref = 1; ref < 4; ++ref) {
+    changes->issues[ref].change = IssueChange::kPersisting;
+    changes->issues[ref].first_seen = "2023-11-07T22:13:20Z";
+  }
+  changes->issues[2].nodes_gained = {"x01"};
+  changes->issues[2].nodes_lost = {"a03"};
+  IssueIdentity psu;
+  psu.kind = IssueKind::kObservation;
+  psu.id = "psu<1>";
+  psu.message = "Power & supply";
+  psu.nodes = {"a03", "a04"};
+  changes->resolved = {psu};
+  changes->new_nodes = {"x01"};
+  changes->recovered_nodes = {"a03", "z99"};
+  changes->flapping_nodes = {"a03"};
+  model.changes = changes;
+  return model;
+}
+
+TEST(HtmlWriterChanges, BadgesNewAndPersistingIssues) {
+  std::string const page = page_of(sample_with_changes());
+  EXPECT_TRUE(
+      has(page,
+          "<span class=\"badge\">severity 90</span><span class=\"badge "
+          "new\" title=\"first seen 2023-11-14T22:13:20Z\">new</span>"));
+  EXPECT_TRUE(has(page,
+                  "<span class=\"badge\">severity 40</span><span class=\"badge "
+                  "persisting\" title=\"first seen 2023-11-07T22:13:20Z&#10;"
+                  "nodes gained: x01&#10;nodes lost: a03\">persisting +1 "
+                  "\xe2\x88\x92"
+                  "1</span>"));
+  EXPECT_TRUE(has(page,
+                  "<span class=\"badge\">severity 5</span><span class=\"badge "
+                  "persisting\" title=\"first seen 2023-11-07T22:13:20Z\">"
+                  "persisting</span>"));
+  EXPECT_EQ(count(page, "class=\"badge new\""), 1u);
+  EXPECT_EQ(count(page, "class=\"badge persisting\""), 3u);
+}
+
+TEST(HtmlWriterChanges, ListsTheResolvedIssuesEscaped) {
+  std::string const page = page_of(sample_with_changes());
+  EXPECT_TRUE(has(
+      page,
+      "</section>\n<section id=\"resolved\">\n<h2>Resolved since the "
+      "baseline</h2>\n<p class=\"muted\">Issues of the run of "
+      "2023-11-07T22:13:20Z that this run does not have: 1.</p>\n<article "
+      "class=\"issue resolved\">\n<h4><span class=\"id\">psu&lt;1&gt;</span>"
+      "<span class=\"badge\">observation</span></h4>\n<dl>\n<dt>Message</dt>"
+      "<dd>Power &amp; supply</dd>\n<dt>Nodes</dt><dd>a[03-04]</dd>\n</dl>\n"
+      "</article>\n</section>\n<section id=\"definitions\">"));
+}
+
+TEST(HtmlWriterChanges, MarksNewRecoveredAndFlappingCells) {
+  std::string const page = page_of(sample_with_changes());
+  EXPECT_TRUE(has(page,
+                  "<i class=\"c c0 rec flap\" data-n=\"a03\" title=\"a03&#10;"
+                  "recovered since the baseline&#10;flapping&#10;no "
+                  "issues\"></i>"));
+  EXPECT_TRUE(has(page,
+                  "<i class=\"c c2 new\" data-n=\"x01\" title=\"x01&#10;newly "
+                  "with issues since the baseline&#10;warning: fan-speed, "
+                  "kernel-version\" data-i=\"2 1\"></i>"));
+  EXPECT_TRUE(has(page,
+                  "<i class=\"c c0\" data-n=\"a04\" title=\"a04&#10;no "
+                  "issues\"></i>"));
+  // z99 was not tested: no cell, not counted.
+  EXPECT_TRUE(has(page,
+                  "<p class=\"legend changes\">Since the baseline: <span><i "
+                  "class=\"c new\"></i>newly with issues (1)</span><span><i "
+                  "class=\"c rec\"></i>recovered (1)</span><span><i class=\"c "
+                  "flap\"></i>flapping (1)</span></p>\n<div id=\"heatmap\">"));
+  EXPECT_TRUE(has(page, ".c.flap {"));
+}
+
+TEST(HtmlWriterChanges, NothingOfItWithoutABaseline) {
+  std::string const page = page_of(sample_model());
+  EXPECT_FALSE(has(page, "badge new"));
+  EXPECT_FALSE(has(page, "badge persisting"));
+  EXPECT_FALSE(has(page, "id=\"resolved\""));
+  EXPECT_FALSE(has(page, "legend changes"));
+  EXPECT_FALSE(has(page, ".c.flap"));
+  EXPECT_FALSE(has(page, "Blast radius"));
+  EXPECT_TRUE(has(page,
+                  "<i class=\"c c0\" data-n=\"a03\" title=\"a03&#10;no "
+                  "issues\"></i>"));
+}
+
+TEST(HtmlWriterBlastRadius, ShowsEachIssuesReach) {
+  ReportModel model = sample_model();
+  model.blast_radius = true;
+  std::string const page = page_of(model);
+  // overheat: a01, a02 of the nine tested, 2 of rack-a's 4.
+  EXPECT_TRUE(has(page,
+                  "<dt>Nodes</dt><dd>a[01-02]</dd>\n<dt>Blast radius</dt><dd>2 "
+                  "of 9 nodes tested (22%); most in rack-a (2 of 4)</dd>\n"));
+  // disk-smart: b01, 1 of rack-b's 2.
+  EXPECT_TRUE(has(page,
+                  "<dt>Blast radius</dt><dd>1 of 9 nodes tested (11%); most in "
+                  "rack-b (1 of 2)</dd>\n"));
+  // kernel-version fills rack-c and gpu (c01 alone), most in rack-b.
+  EXPECT_TRUE(has(page,
+                  "<dt>Blast radius</dt><dd>3 of 9 nodes tested (33%); fills "
+                  "gpu, rack-c; most in rack-b (1 of 2)</dd>\n"));
+  EXPECT_EQ(count(page, "<dt>Blast radius</dt>"), 4u);
+  EXPECT_FALSE(has(page, "badge new"));
 }
 
 }  // namespace
