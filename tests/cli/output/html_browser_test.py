@@ -2,7 +2,8 @@
 """The HTML report in headless Chromium.
 
 Opens the pages of the hand-built models (written by html_page_fixture) and,
-given --vesk-report, the page of the bundled demo cluster, and checks in the
+given --vesk-report, the pages of the bundled demo cluster alone and against
+tests/cli/history/demo-baseline.json, and checks in the
 live DOM: one heat map cell per tested node, in its group's block and with
 its band's colour; every in-page link lands on an element; clicking a cell
 shows exactly the issues on that node and the filter can be cleared; and on
@@ -256,6 +257,58 @@ def test_demo(browser, page, out, vesk_report, docs_screenshot=None):
         print("demo: screenshot %s" % docs_screenshot)
 
 
+def test_demo_baseline(browser, page, out, vesk_report):
+    """The demo against the hand-edited earlier run of it."""
+    path = os.path.join(out, "demo-baseline.html")
+    history = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
+                           "history")
+    env = dict(os.environ, SOURCE_DATE_EPOCH="1795438800")
+    status = subprocess.run(
+        [vesk_report, "--demo", "--baseline", "demo-baseline.json",
+         "--report", "html=" + path], cwd=history, env=env,
+        stdout=subprocess.DEVNULL, timeout=60).returncode
+    expect_equal(status, 1, "demo-baseline: exit status")
+    page.navigate("file://" + path)
+    expect_equal(page.evaluate(
+        "[...document.querySelectorAll('#issues .issue')].map(e =>"
+        " [e.querySelector('.id').textContent,"
+        " e.querySelector('.badge.new, .badge.persisting').textContent])"),
+        [["thermal-throttling", "persisting"],
+         ["rack-cooling-failure", "persisting"],
+         ["failing-dimm", "persisting"],
+         ["cpu-throttle", "persisting +1 \u22122"],
+         ["provider-error-code#port-query", "persisting"],
+         ["ib-port-state", "new"],
+         ["dimm-ecc", "persisting \u22121"],
+         ["memory-size", "persisting"],
+         ["memory-misconfigured", "persisting"],
+         ["kernel-version", "persisting"],
+         ["ib-link-width", "persisting"]], "demo-baseline: badges")
+    expect_equal(page.evaluate(
+        "[...document.querySelectorAll('#resolved .issue')].map(e =>"
+        " [...e.querySelectorAll('.id, dd')].map(d => d.textContent))"),
+        [["gpu-xid", "GPU 0 fell off the bus (Xid 79)", "r1n12"]],
+        "demo-baseline: resolved issues")
+    for css, hosts in ((".new", ["r2n01", "r2n02", "r2n03", "r2n04",
+                                 "r2n06"]),
+                       (".rec", ["r1n12", "r2n12"]), (".flap", ["r1n12"])):
+        expect_equal(page.evaluate(
+            "[...document.querySelectorAll('#heatmap .c%s')]"
+            ".map(c => c.getAttribute('data-n'))" % css), hosts,
+            "demo-baseline: cells " + css)
+    expect_equal(page.evaluate(
+        "document.querySelector('%s').title" % cell("r1n12")),
+        "r1n12\nrecovered since the baseline\nflapping\nno issues",
+        "demo-baseline: hover text of r1n12")
+    # The flapping mark is drawn: a gradient over the cell's colour.
+    check("linear-gradient" in page.evaluate(
+        "getComputedStyle(document.querySelector('%s')).backgroundImage"
+        % cell("r1n12")), "demo-baseline: flapping mark drawn")
+    filter_to(page, "r2n01", ["ib-port-state"], "demo-baseline")
+    page.click("#clear")
+    check_common(browser, page, "demo-baseline", out)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--chromium", required=True)
@@ -284,6 +337,7 @@ def main():
             if args.vesk_report:
                 test_demo(browser, page, out, args.vesk_report,
                           args.docs_screenshot)
+                test_demo_baseline(browser, page, out, args.vesk_report)
         except ChromiumError as error:
             FAILURES.append(str(error))
             print("FAILED: %s\n%s" % (error, browser.log_text()[-3000:]))
