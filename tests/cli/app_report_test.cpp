@@ -23,6 +23,7 @@
 #include "cli/app.hpp"
 #include "support/report_folder.hpp"
 #include "support/sink.hpp"
+#include "support/unprivileged.hpp"
 
 #include <gtest/gtest.h>
 
@@ -274,16 +275,26 @@ TEST(AppReport, PathUnderAFileLeavesEveryPathAsItWas) {
   EXPECT_EQ(file_bytes(failing.folder() / "file"), "f\n");
 }
 
-// Only where a read-only folder keeps this process out (not as root).
+// As root, the run is made as nobody (see unprivileged.hpp), which owns
+// both folders, so that the read-only one keeps it out.
 TEST(AppReport, ReadOnlyFolderLeavesEveryPathAsItWas) {
   FailingRun const failing("report-writable");
   TempFolder const read_only("report-read-only");
   write_bytes(read_only / "b.txt", "old b\n");
-  if (!testing::make_read_only(read_only.path())) {
+  testing::hand_to_runner(failing.folder().path());
+  testing::hand_to_runner(read_only.path());
+  if (testing::running_as_root()) {
+    ASSERT_EQ(::chmod(read_only.path().c_str(), 0555), 0);
+  } else if (!testing::make_read_only(read_only.path())) {
     GTEST_SKIP() << "a read-only folder does not keep this user out";
   }
+  auto const args = failing.args(read_only / "b.txt");
+  testing::Outcome const outcome = testing::run_unprivileged([&] {
+    RunResult const result = run_in(kInputDir, args);
+    return testing::Outcome{result.status, result.out, result.err};
+  });
   failing.expect_unchanged(
-      run_in(kInputDir, failing.args(read_only / "b.txt")),
+      {outcome.status, outcome.out, outcome.err},
       "vesk-report: " + read_only / "b.txt" +
           ": expected to be able to create a file in its folder (Permission "
           "denied)\n");
