@@ -2,15 +2,18 @@
 # validate_json.py (see vesk_json_report_test in report_schema.cmake).
 #
 #   cmake -DEXE=path -DARGS="a|b" -DWORKDIR=dir -DREPORT=file
-#         -DEXPECTED_STATUS=n [-DEXPECT=file] [-DIGNORE="k1|k2"]
+#         [-DSTDIN=file] -DEXPECTED_STATUS=n [-DEXPECT=file] [-DIGNORE="k1|k2"]
 #         -DPYTHON=python -DVALIDATOR=validate_json.py -DSCHEMA=schema
 #         -P json_report_case.cmake
 string(REPLACE "|" ";" args "${ARGS}")
+if(NOT STDIN)
+  set(STDIN /dev/null)
+endif()
 file(REMOVE ${REPORT})
 execute_process(
   COMMAND ${EXE} ${args} --report json=${REPORT}
   WORKING_DIRECTORY ${WORKDIR}
-  INPUT_FILE /dev/null
+  INPUT_FILE ${STDIN}
   OUTPUT_QUIET
   ERROR_VARIABLE err
   RESULT_VARIABLE status)

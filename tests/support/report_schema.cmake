@@ -29,14 +29,18 @@ function(vesk_validate_json_files name)
 endfunction()
 
 # vesk_json_report_test(name status [ARGS arg...] [EXPECT file]
-#                       [IGNORE key...] [WORKDIR dir])
+#                       [IGNORE key...] [WORKDIR dir] [STDIN file])
 #
 # A test that runs `vesk-report ARGS... --report json=FILE` (FILE a fresh
-# file in the build tree), expects exit status `status` and validates FILE
-# against the schema; with EXPECT, FILE must also equal that document,
-# member order included, but for the top-level members IGNORE names.
+# file in the build tree) with STDIN (default: /dev/null) as standard
+# input, expects exit status `status` and validates FILE against the
+# schema; with EXPECT, FILE must also equal that document, member order
+# included, but for the top-level members IGNORE names.
 function(vesk_json_report_test name status)
-  cmake_parse_arguments(J "" "EXPECT;WORKDIR" "ARGS;IGNORE" ${ARGN})
+  cmake_parse_arguments(J "" "EXPECT;WORKDIR;STDIN" "ARGS;IGNORE" ${ARGN})
+  if(NOT J_STDIN)
+    set(J_STDIN /dev/null)
+  endif()
   if(NOT J_WORKDIR)
     set(J_WORKDIR ${CMAKE_CURRENT_SOURCE_DIR})
   endif()
@@ -46,6 +50,7 @@ function(vesk_json_report_test name status)
     COMMAND ${CMAKE_COMMAND} -DEXE=$<TARGET_FILE:vesk-report>
             "-DARGS=${args}" -DWORKDIR=${J_WORKDIR}
             -DREPORT=${CMAKE_CURRENT_BINARY_DIR}/${name}.json
+            -DSTDIN=${J_STDIN}
             -DEXPECTED_STATUS=${status} -DEXPECT=${J_EXPECT}
             "-DIGNORE=${ignore}"
             -DPYTHON=${VESK_SYSTEM_PYTHON} -DVALIDATOR=${VESK_VALIDATE_JSON}
