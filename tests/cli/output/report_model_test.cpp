@@ -6,7 +6,8 @@
 // documents of the end-to-end report tests and seeded generated clusters,
 // the printed text (unwrapped) is parsed back and every order, number, id,
 // count, node text, provenance line and verdict the model holds is checked
-// against it. A small hand-worked cluster pins the refs themselves.
+// against it. A small hand-worked cluster pins the refs themselves. The
+// generated clusters' JSON reports are also checked against the schema.
 
 #include "cli/output/report_model.hpp"
 
@@ -33,8 +34,11 @@
 #include "cli/input/document_loader.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/merge.hpp"
+#include "cli/output/json_writer.hpp"
 #include "cli/output/text_writer.hpp"
+#include "support/report_schema.hpp"
 #include "support/sink.hpp"
+#include "support/temp_file.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
@@ -1067,6 +1071,8 @@ void expect_literal_verdicts(Config const& config, ReportModel const& model,
 TEST(ReportModel, GeneratedClusters) {
   int failed_mappings = 0;
   int linked = 0;
+  // Each cluster's JSON report, validated against the schema at the end.
+  std::vector<std::unique_ptr<testing::TempFile>> reports;
   for (std::uint64_t seed = 1; seed <= 160; ++seed) {
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::string log_level;
@@ -1086,8 +1092,17 @@ TEST(ReportModel, GeneratedClusters) {
     expect_agrees(built.model, built.status, built.text, log_level);
     expect_definition_counts(built.model);
     expect_literal_verdicts(config, built.model, built.status);
+    std::ostringstream json;
+    write_json_report(built.model, json);
+    reports.push_back(std::make_unique<testing::TempFile>(
+        "generated-" + std::to_string(seed) + ".json"));
+    reports.back()->write(json.str());
     if (::testing::Test::HasFailure()) break;
   }
+  std::vector<std::string> paths;
+  for (auto const& report : reports) paths.push_back(report->path());
+  auto const check = testing::validate_json_reports(paths);
+  EXPECT_EQ(check.status, 0) << check.output;
   // The seeds cover both outcomes and real provenance.
   EXPECT_GT(failed_mappings, 5);
   EXPECT_GT(linked, 50);
