@@ -5,6 +5,7 @@
 #include "cli/output/json_writer.hpp"
 
 #include "cli/history/comparison.hpp"
+#include "cli/output/blast_radius.hpp"
 
 #include <rapidjson/encodings.h>
 #include <rapidjson/rapidjson.h>
@@ -97,6 +98,8 @@ class Emitter {
   void index(std::size_t value) {
     check(writer_.Uint64(static_cast<std::uint64_t>(value)));
   }
+  // The shortest text that reads back as the same double.
+  void number(double value) { check(writer_.Double(value)); }
 
   // The members of the current object, one call per member.
   void member(char const* name, std::string const& text) {
@@ -185,7 +188,33 @@ void write_issue_change(Emitter& json, IssueComparison const& compared) {
   json.strings(compared.nodes_lost);
 }
 
+// The issue's reach over the tested nodes and their groups.
+void write_blast_radius(Emitter& json, BlastRadius const& radius) {
+  json.begin_object();
+  json.key("nodes");
+  json.index(radius.nodes);
+  json.key("nodes_tested");
+  json.index(radius.nodes_tested);
+  json.key("share");
+  json.number(radius.share);
+  json.key("groups");
+  json.begin_array();
+  for (auto const& cover : radius.groups) {
+    json.begin_object();
+    json.member("group", cover.group);
+    json.key("nodes");
+    json.index(cover.nodes);
+    json.key("group_size");
+    json.index(cover.group_size);
+    json.member_bool("filled", cover.filled);
+    json.end_object();
+  }
+  json.end_array();
+  json.end_object();
+}
+
 void write_issue(Emitter& json, ReportIssue const& issue,
+                 BlastRadiusIndex const& blast_radius,
                  ReportChanges const* changes) {
   json.begin_object();
   json.key("ref");
@@ -215,6 +244,8 @@ void write_issue(Emitter& json, ReportIssue const& issue,
   json.indexes(issue.based_on);
   json.key("explains");
   json.indexes(issue.explains);
+  json.key("blast_radius");
+  write_blast_radius(json, blast_radius.of(issue));
   if (changes != nullptr)
     write_issue_change(json, changes->issues.at(issue.ref));
   json.end_object();
@@ -353,8 +384,9 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
 
   json.key("issues");
   json.begin_array();
+  BlastRadiusIndex const blast_radius(model);
   for (auto const& issue : model.issues) {
-    write_issue(json, issue, model.changes.get());
+    write_issue(json, issue, blast_radius, model.changes.get());
   }
   json.end_array();
 

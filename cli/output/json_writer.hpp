@@ -17,7 +17,7 @@
 //
 //   std::ostringstream out;
 //   vesk::cli::write_json_report(model, out);
-//   // {"schema_version":"1.0","generator":"vesk-report 1.1.0",...}\n
+//   // {"schema_version":"1.2","generator":"vesk-report 1.1.0",...}\n
 
 #ifndef VESK_CLI_OUTPUT_JSON_WRITER_HPP_
 #define VESK_CLI_OUTPUT_JSON_WRITER_HPP_
@@ -36,7 +36,9 @@ namespace cli {
 // "change", "first_seen" and, for a persisting one, "nodes_gained" and
 // "nodes_lost"; at the top "baseline", "resolved_issues", "node_changes"
 // and "node_history". They are written only with a baseline.
-inline constexpr char const* kJsonSchemaVersion = "1.1";
+// 1.2 added each issue's "blast_radius": how many of the tested nodes it is
+// on, as a share, and how it falls on the node groups.
+inline constexpr char const* kJsonSchemaVersion = "1.2";
 
 // write_json_report()
 //

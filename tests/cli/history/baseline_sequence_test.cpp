@@ -254,7 +254,7 @@ TEST_F(BaselineSequence, EveryRunSaysWhatChangedSinceTheRunBefore) {
 
     Report json;
     ASSERT_EQ(json.parser.load(report).get(json.root), simdjson::SUCCESS);
-    EXPECT_EQ(text(json.root["schema_version"]), "1.1");
+    EXPECT_EQ(text(json.root["schema_version"]), "1.2");
     EXPECT_EQ(text(json.root["generated_at"]), time_text(time_of(k)));
     if (k == 0) {
       // Without a baseline, nothing of the comparison is written.

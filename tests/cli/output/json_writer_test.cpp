@@ -162,7 +162,7 @@ TEST(JsonWriter, WritesOneLineEndedByALineFeed) {
   ASSERT_FALSE(report.empty());
   EXPECT_EQ(report.back(), '\n');
   EXPECT_EQ(report.find('\n'), report.size() - 1);
-  EXPECT_EQ(report.rfind("{\"schema_version\":\"1.1\",", 0), 0u) << report;
+  EXPECT_EQ(report.rfind("{\"schema_version\":\"1.2\",", 0), 0u) << report;
 }
 
 TEST(JsonWriter, MembersInTheDocumentedOrder) {
@@ -176,11 +176,12 @@ TEST(JsonWriter, MembersInTheDocumentedOrder) {
   EXPECT_EQ(keys(json.root["nodes"].get_object().value()),
             (std::vector<std::string>{"tested", "with_issues", "tested_text",
                                       "with_issues_text"}));
-  EXPECT_EQ(keys(json.root["issues"].at(0).get_object().value()),
-            (std::vector<std::string>{
-                "ref", "section", "number", "id", "kind", "severity", "band",
-                "message", "remedy", "nodes", "node_count", "nodes_text",
-                "row_ids", "framework_definitions", "based_on", "explains"}));
+  EXPECT_EQ(
+      keys(json.root["issues"].at(0).get_object().value()),
+      (std::vector<std::string>{
+          "ref", "section", "number", "id", "kind", "severity", "band",
+          "message", "remedy", "nodes", "node_count", "nodes_text", "row_ids",
+          "framework_definitions", "based_on", "explains", "blast_radius"}));
   EXPECT_EQ(keys(json.root["counts"]["fail"].get_object().value()),
             (std::vector<std::string>{"diagnoses", "observations", "total",
                                       "bands"}));
@@ -192,7 +193,7 @@ TEST(JsonWriter, MembersInTheDocumentedOrder) {
 TEST(JsonWriter, RunFields) {
   Parsed json(write(sample()));
   auto root = json.root;
-  EXPECT_EQ(text(root["schema_version"]), "1.1");
+  EXPECT_EQ(text(root["schema_version"]), "1.2");
   EXPECT_EQ(text(root["generator"]), "vesk-report 1.1.0");
   EXPECT_EQ(text(root["generated_at"]), "2026-11-23T13:00:00Z");
   auto inputs = root["inputs"].get_array().value();
@@ -301,6 +302,72 @@ TEST(JsonWriter, Issues) {
   EXPECT_EQ(numbers(third["row_ids"]), std::vector<std::int64_t>{});
 }
 
+// Each issue's reach: only tested hosts count, groups in name order, a group
+// filled when the issue is on every tested host of it.
+TEST(JsonWriter, BlastRadius) {
+  ReportModel model = sample();
+  model.node_groups = {{"n01", {"rack1"}},
+                       {"n02", {"rack1", "gpu"}},
+                       {"n03", {"rack2"}},
+                       {"n09", {"rack9"}}};
+  // n09 is not in the node list: it adds nothing, not even its group.
+  model.issues[2].nodes = {"n02", "n09"};
+  Parsed json(write(model));
+  auto issues = json.root["issues"].get_array().value();
+  ASSERT_EQ(issues.size(), 3u);
+
+  auto first = issues.at(0)["blast_radius"];
+  EXPECT_EQ(
+      keys(first.get_object().value()),
+      (std::vector<std::string>{"nodes", "nodes_tested", "share", "groups"}));
+  EXPECT_EQ(number(first["nodes"]), 2);
+  EXPECT_EQ(number(first["nodes_tested"]), 3);
+  EXPECT_EQ(first["share"].get_double().value(), 2.0 / 3.0);
+  auto groups = first["groups"].get_array().value();
+  ASSERT_EQ(groups.size(), 2u);
+  EXPECT_EQ(
+      keys(groups.at(0).get_object().value()),
+      (std::vector<std::string>{"group", "nodes", "group_size", "filled"}));
+  EXPECT_EQ(text(groups.at(0)["group"]), "gpu");
+  EXPECT_EQ(number(groups.at(0)["nodes"]), 1);
+  EXPECT_EQ(number(groups.at(0)["group_size"]), 1);
+  EXPECT_TRUE(groups.at(0)["filled"].get_bool().value());
+  EXPECT_EQ(text(groups.at(1)["group"]), "rack1");
+  EXPECT_EQ(number(groups.at(1)["nodes"]), 2);
+  EXPECT_EQ(number(groups.at(1)["group_size"]), 2);
+  EXPECT_TRUE(groups.at(1)["filled"].get_bool().value());
+
+  auto third = issues.at(2)["blast_radius"];
+  EXPECT_EQ(number(third["nodes"]), 1);
+  EXPECT_EQ(third["share"].get_double().value(), 1.0 / 3.0);
+  groups = third["groups"].get_array().value();
+  ASSERT_EQ(groups.size(), 2u);
+  EXPECT_EQ(text(groups.at(0)["group"]), "gpu");
+  EXPECT_TRUE(groups.at(0)["filled"].get_bool().value());
+  EXPECT_EQ(text(groups.at(1)["group"]), "rack1");
+  EXPECT_EQ(number(groups.at(1)["nodes"]), 1);
+  EXPECT_EQ(number(groups.at(1)["group_size"]), 2);
+  EXPECT_FALSE(groups.at(1)["filled"].get_bool().value());
+}
+
+// With no node groups every issue still has its count and share, and an
+// empty list of groups; with no node tested the share is 0.
+TEST(JsonWriter, BlastRadiusWithoutGroupsOrNodes) {
+  Parsed json(write(sample()));
+  auto radius = json.root["issues"].at(1)["blast_radius"];
+  EXPECT_EQ(number(radius["nodes"]), 2);
+  EXPECT_EQ(number(radius["nodes_tested"]), 3);
+  EXPECT_EQ(radius["groups"].get_array().value().size(), 0u);
+
+  ReportModel untested = sample();
+  untested.nodes_tested.clear();
+  Parsed none(write(untested));
+  radius = none.root["issues"].at(0)["blast_radius"];
+  EXPECT_EQ(number(radius["nodes"]), 0);
+  EXPECT_EQ(number(radius["nodes_tested"]), 0);
+  EXPECT_EQ(radius["share"].get_double().value(), 0.0);
+}
+
 TEST(JsonWriter, FrameworkDefinitions) {
   Parsed json(write(sample()));
   auto definitions = json.root["framework_definitions"].get_array().value();
@@ -334,7 +401,7 @@ TEST(JsonWriter, EmptyModel) {
   ReportModel model;
   std::string const report = write(model);
   EXPECT_EQ(report,
-            "{\"schema_version\":\"1.1\",\"generator\":\"\","
+            "{\"schema_version\":\"1.2\",\"generator\":\"\","
             "\"generated_at\":\"1970-01-01T00:00:00Z\",\"inputs\":[],"
             "\"threshold\":25,\"fail_level\":null,\"result\":\"PASS\","
             "\"nodes\":{\"tested\":[],\"with_issues\":[],\"tested_text\":\"\","
@@ -498,8 +565,10 @@ TEST(JsonWriter, TheSchemaRejectsWhatItShould) {
   // field and a wrong type are each found.
   std::string const good = write(sample());
   std::vector<std::pair<std::string, std::string>> const edits = {
-      {"\"schema_version\":\"1.1\"", "\"schema_version\":\"2.0\""},
+      {"\"schema_version\":\"1.2\"", "\"schema_version\":\"2.0\""},
       {"\"suppressed\":2,", ""},
+      // From 1.2 on every issue has its blast radius.
+      {"\"blast_radius\":", "\"blast_radius_of_old\":"},
       {"\"threshold\":50", "\"threshold\":\"50\""},
       {"\"kind\":\"diagnosis\"", "\"kind\":\"finding\""},
       {"\"generated_at\":\"2026-11-23T13:00:00Z\"",
@@ -517,34 +586,5 @@ TEST(JsonWriter, TheSchemaRejectsWhatItShould) {
 }
 
 }  // namespace
-}  // namespace cli
-}  // namespace vesk
-
-// The names the report model gives kinds and bands.
-// TEMPORARY until the model's implementation is merged.
-namespace vesk {
-namespace cli {
-__attribute__((weak)) char const* kind_name(IssueKind kind) {
-  switch (kind) {
-    case IssueKind::kDiagnosis:
-      return "diagnosis";
-    case IssueKind::kObservation:
-      return "observation";
-    case IssueKind::kSecondaryObservation:
-      return "secondary_observation";
-  }
-  return "";
-}
-__attribute__((weak)) char const* band_name(Band band) {
-  switch (band) {
-    case Band::kInformational:
-      return "informational";
-    case Band::kWarning:
-      return "warning";
-    case Band::kCritical:
-      return "critical";
-  }
-  return "";
-}
 }  // namespace cli
 }  // namespace vesk
