@@ -117,6 +117,10 @@ class Emitter {
   void member(char const* name, int value) {
     member(name, std::int64_t{value});
   }
+  void member_index(char const* name, std::size_t value) {
+    key(name);
+    index(value);
+  }
   void member_bool(char const* name, bool value) {
     key(name);
     boolean(value);
@@ -191,10 +195,8 @@ void write_issue_change(Emitter& json, IssueComparison const& compared) {
 // The issue's reach over the tested nodes and their groups.
 void write_blast_radius(Emitter& json, BlastRadius const& radius) {
   json.begin_object();
-  json.key("nodes");
-  json.index(radius.nodes);
-  json.key("nodes_tested");
-  json.index(radius.nodes_tested);
+  json.member_index("nodes", radius.nodes);
+  json.member_index("nodes_tested", radius.nodes_tested);
   json.key("share");
   json.number(radius.share);
   json.key("groups");
@@ -202,10 +204,8 @@ void write_blast_radius(Emitter& json, BlastRadius const& radius) {
   for (auto const& cover : radius.groups) {
     json.begin_object();
     json.member("group", cover.group);
-    json.key("nodes");
-    json.index(cover.nodes);
-    json.key("group_size");
-    json.index(cover.group_size);
+    json.member_index("nodes", cover.nodes);
+    json.member_index("group_size", cover.group_size);
     json.member_bool("filled", cover.filled);
     json.end_object();
   }
@@ -217,8 +217,7 @@ void write_issue(Emitter& json, ReportIssue const& issue,
                  BlastRadiusIndex const& blast_radius,
                  ReportChanges const* changes) {
   json.begin_object();
-  json.key("ref");
-  json.index(issue.ref);
+  json.member_index("ref", issue.ref);
   json.member("section", issue.fail_side ? "fail" : "other");
   json.member("number", issue.number);
   json.member("id", issue.id);
@@ -231,8 +230,7 @@ void write_issue(Emitter& json, ReportIssue const& issue,
   json.begin_array();
   for (auto const& group : issue.node_groups) json.strings(group);
   json.end_array();
-  json.key("node_count");
-  json.index(issue.nodes.size());
+  json.member_index("node_count", issue.nodes.size());
   json.member("nodes_text", issue.nodes_text);
   json.key("row_ids");
   json.begin_array();
