@@ -5,6 +5,8 @@
 #include "cli/output/blast_radius.hpp"
 
 #include <algorithm>
+#include <map>
+#include <utility>
 
 namespace vesk {
 namespace cli {
@@ -31,35 +33,59 @@ std::string name_list(std::vector<GroupCover const*> const& groups,
 
 }  // namespace
 
-BlastRadiusIndex::BlastRadiusIndex(ReportModel const& model)
-    : model_(&model),
-      tested_(model.nodes_tested.begin(), model.nodes_tested.end()) {
-  for (auto const& host : tested_) {
+BlastRadiusIndex::BlastRadiusIndex(ReportModel const& model) {
+  // node_groups is a sorted map of sorted sets: numbering the group names
+  // in name order first lets each issue sort its groups as numbers.
+  std::map<std::string_view, std::size_t> numbers;
+  for (auto const& [host, groups] : model.node_groups) {
+    for (auto const& group : groups) numbers.emplace(group, 0);
+  }
+  for (auto& [group, number] : numbers) {
+    number = group_names_.size();
+    group_names_.push_back(group);
+  }
+  group_sizes_.assign(group_names_.size(), 0);
+  tested_.reserve(model.nodes_tested.size());
+  for (auto const& host : model.nodes_tested) {
+    auto const [entry, added] = tested_.try_emplace(host);
+    if (!added) continue;  // a host listed twice counts once
     auto const found = model.node_groups.find(host);
     if (found == model.node_groups.end()) continue;
-    for (auto const& group : found->second) ++group_sizes_[group];
+    for (auto const& group : found->second) {
+      std::size_t const number = numbers.at(group);
+      entry->second.push_back(number);
+      ++group_sizes_[number];
+    }
   }
 }
 
 BlastRadius BlastRadiusIndex::of(ReportIssue const& issue) const {
   BlastRadius radius;
   radius.nodes_tested = tested_.size();
-  std::map<std::string, std::size_t> counts;
+  // The issue's count in each group it is on, by group number.
+  std::vector<std::pair<std::size_t, std::size_t>> counts;
+  std::unordered_map<std::size_t, std::size_t> slot;  // number -> in counts
   // issue.nodes holds each host once.
   for (auto const& host : issue.nodes) {
-    if (tested_.count(host) == 0) continue;
+    auto const found = tested_.find(host);
+    if (found == tested_.end()) continue;
     ++radius.nodes;
-    auto const found = model_->node_groups.find(host);
-    if (found == model_->node_groups.end()) continue;
-    for (auto const& group : found->second) ++counts[group];
+    for (std::size_t const number : found->second) {
+      auto const [at, added] = slot.try_emplace(number, counts.size());
+      if (added) counts.emplace_back(number, 0);
+      ++counts[at->second].second;
+    }
   }
   if (radius.nodes_tested != 0) {
     radius.share = static_cast<double>(radius.nodes) /
                    static_cast<double>(radius.nodes_tested);
   }
-  for (auto const& [group, count] : counts) {
-    std::size_t const size = group_sizes_.at(group);
-    radius.groups.push_back({group, count, size, count == size});
+  std::sort(counts.begin(), counts.end());
+  radius.groups.reserve(counts.size());
+  for (auto const& [number, count] : counts) {
+    std::size_t const size = group_sizes_[number];
+    radius.groups.push_back(
+        {std::string(group_names_[number]), count, size, count == size});
   }
   return radius;
 }

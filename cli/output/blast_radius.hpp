@@ -38,9 +38,9 @@
 #define VESK_CLI_OUTPUT_BLAST_RADIUS_HPP_
 
 #include <cstddef>
-#include <map>
 #include <string>
-#include <unordered_set>
+#include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "cli/output/report_model.hpp"
@@ -68,8 +68,9 @@ struct BlastRadius {
 
 // BlastRadiusIndex
 //
-// The tested nodes and the group sizes of a model, computed once, so that
-// each issue costs only a look-up per node.
+// The tested nodes, their groups and the group sizes of a model, computed
+// once, so that each issue costs one look-up per node. The index refers to
+// the model's strings: the model must outlive it.
 class BlastRadiusIndex {
  public:
   explicit BlastRadiusIndex(ReportModel const& model);
@@ -80,9 +81,10 @@ class BlastRadiusIndex {
   BlastRadius of(ReportIssue const& issue) const;
 
  private:
-  ReportModel const* model_;
-  std::unordered_set<std::string> tested_;
-  std::map<std::string, std::size_t> group_sizes_;
+  // Each tested host and the indexes of its groups in `group_names_`.
+  std::unordered_map<std::string_view, std::vector<std::size_t>> tested_;
+  std::vector<std::string_view> group_names_;  // in name order
+  std::vector<std::size_t> group_sizes_;       // tested hosts per group
 };
 
 // blast_radius_percent()
