@@ -13,16 +13,15 @@
 #include <map>
 #include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "cli/input/byte_source.hpp"
 #include "cli/input/definition_tree.hpp"
+#include "cli/input/host_name.hpp"
 #include "cli/input/json_reader.hpp"
 #include "cli/input/sliced_loading.hpp"
 #include "vesk/common/vocabulary.hpp"
-#include "vesk/tokenized_host/tokenized_host.hpp"
 
 #include <simdjson.h>
 
@@ -293,23 +292,7 @@ void DocumentLoader::load_nested_map(ondemand::value value) {
 // up to nine digits always fits, so only names with a longer run are
 // tokenized (most clusters have none, and names repeat a million times).
 void DocumentLoader::check_host(std::string const& name) const {
-  std::size_t run = 0;
-  bool long_run = false;
-  for (char const c : name) {
-    run = (c >= '0' && c <= '9') ? run + 1 : 0;
-    if (run > 9) {
-      long_run = true;
-      break;
-    }
-  }
-  if (!long_run) return;
-  try {
-    TokenizedHost const tokenized(name);
-    (void)tokenized;
-  } catch (std::out_of_range const&) {
-    json_.fail("expected a host name whose numbers fit in 32 bits, found \"" +
-               name + "\"");
-  }
+  if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
 }
 
 // Loads a big document with its result arrays in slices (sliced_loading).

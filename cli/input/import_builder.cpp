@@ -6,12 +6,11 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <stdexcept>
 #include <utility>
 
 #include "cli/input/definition_tree.hpp"
+#include "cli/input/host_name.hpp"
 #include "cli/input/input_error.hpp"
-#include "vesk/tokenized_host/tokenized_host.hpp"
 
 namespace vesk {
 namespace cli {
@@ -63,23 +62,8 @@ ImportBuilder::ImportBuilder(std::string format, std::string title)
 void ImportBuilder::add_node(std::string const& hostname,
                              std::string const& place) {
   if (!nodes_seen_.emplace(hostname, true).second) return;
-  // A run of up to nine digits always fits in 32 bits, so only names with
-  // a longer run are tokenized.
-  std::size_t run = 0;
-  for (char const c : hostname) {
-    run = (c >= '0' && c <= '9') ? run + 1 : 0;
-    if (run > 9) break;
-  }
-  if (run > 9) {
-    try {
-      TokenizedHost const tokenized(hostname);
-      (void)tokenized;
-    } catch (std::out_of_range const&) {
-      throw InputError(place,
-                       "expected a host name whose numbers fit in 32 bits, "
-                       "found \"" +
-                           hostname + "\"");
-    }
+  if (!host_numbers_fit(hostname)) {
+    throw InputError(place, host_numbers_error(hostname));
   }
   Node node;
   node.name = hostname;
