@@ -20,6 +20,7 @@
 #include <utility>
 
 #include "cli/input/byte_source.hpp"
+#include "cli/input/host_name.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
 
@@ -145,7 +146,10 @@ class BaselineReader {
     json_.for_each_member(
         value, "an object", [&](std::string const& key, ondemand::value item) {
           if (key == "with_issues") {
-            baseline.nodes_with_issues = json_.get_strings(item);
+            json_.for_each_element(
+                item, "an array of strings", [&](ondemand::value name) {
+                  baseline.nodes_with_issues.push_back(host_name(name));
+                });
             has_with_issues = true;
           } else {
             json_.check_value(item);
@@ -217,10 +221,18 @@ class BaselineReader {
     if (simdjson::error_code e = value.get_string().get(name)) {
       json_.fail_json(e, "a string");
     }
+    if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
     if (has_control(name)) {
       return hosts_->index(visible_controls(std::string(name)));
     }
     return hosts_->index(name);
+  }
+
+  // A host name outside the issues: nodes with issues, node histories.
+  std::string host_name(ondemand::value value) {
+    std::string name = json_.get_string(value);
+    if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
+    return name;
   }
 
   void read_history(ondemand::value value, Baseline& baseline) {
@@ -269,7 +281,7 @@ class BaselineReader {
     json_.for_each_member(value, "a node history object",
                           [&](std::string const& key, ondemand::value item) {
                             if (key == "node") {
-                              node.node = json_.get_string(item);
+                              node.node = host_name(item);
                               has_node = true;
                             } else if (key == "runs") {
                               json_.for_each_element(

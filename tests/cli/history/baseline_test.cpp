@@ -266,6 +266,34 @@ TEST(Baseline, NamesTheKnownFieldOfTheWrongShape) {
             "node_history|expected each node once, found \"n1\" again");
 }
 
+// Host folding reads every run of digits in a name as a 32-bit number, so
+// a name with a larger one is refused wherever the baseline names a host,
+// as the other inputs refuse it. 2147483647 itself fits, with or without
+// leading zeros.
+TEST(Baseline, RefusesHostNamesWhoseNumbersDoNotFitIn32Bits) {
+  std::string const words =
+      "expected a host name whose numbers fit in 32 bits, found ";
+  EXPECT_EQ(error_of(replaced(kReport10, "\"with_issues\":[\"n2\",\"n1\"]",
+                              "\"with_issues\":[\"n2\",\"n2147483648\"]")),
+            "nodes.with_issues[1]|" + words + "\"n2147483648\"");
+  EXPECT_EQ(
+      error_of(replaced(kReport10, "\"nodes\":[[\"n2\",\"n1\"],[\"n1\"]]",
+                        "\"nodes\":[[\"n2\",\"n1\"],[\"r1n99999999999\"]]")),
+      "issues[0].nodes[1][0]|" + words + "\"r1n99999999999\"");
+  std::string const history = replaced(
+      kReport10, "\"framework_definitions\":[]}\n",
+      R"("framework_definitions":[],"node_history":{"run_count":1,"nodes":[
+      {"node":"x4294967296y","runs":[true]}]}})");
+  EXPECT_EQ(error_of(history),
+            "node_history.nodes[0].node|" + words + "\"x4294967296y\"");
+
+  Baseline const fits = read(
+      replaced(kReport10, "\"with_issues\":[\"n2\",\"n1\"]",
+               "\"with_issues\":[\"n2147483647\",\"n0000000002147483647\"]"));
+  EXPECT_EQ(fits.nodes_with_issues,
+            (std::vector<std::string>{"n0000000002147483647", "n2147483647"}));
+}
+
 TEST(Baseline, RefusesFilesThatCannotBeRead) {
   auto error_at = [](std::string const& path) -> std::string {
     try {
