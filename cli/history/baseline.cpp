@@ -221,10 +221,13 @@ class BaselineReader {
     if (simdjson::error_code e = value.get_string().get(name)) {
       json_.fail_json(e, "a string");
     }
-    if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
+    // Checked as it will be folded: an escape such as "\x01" adds digits.
     if (has_control(name)) {
-      return hosts_->index(visible_controls(std::string(name)));
+      std::string const visible = visible_controls(std::string(name));
+      if (!host_numbers_fit(visible)) json_.fail(host_numbers_error(visible));
+      return hosts_->index(visible);
     }
+    if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
     return hosts_->index(name);
   }
 

@@ -287,6 +287,12 @@ TEST(Baseline, RefusesHostNamesWhoseNumbersDoNotFitIn32Bits) {
   EXPECT_EQ(error_of(history),
             "node_history.nodes[0].node|" + words + "\"x4294967296y\"");
 
+  // A control character is made visible before the check, and its escape
+  // may join two runs of digits into one.
+  EXPECT_EQ(error_of(replaced(kReport10, "\"nodes\":[[\"n2\",\"n1\"],[\"n1\"]]",
+                              "\"nodes\":[[\"n2\"],[\"n\\u0019999999999\"]]")),
+            "issues[0].nodes[1][0]|" + words + "\"n\\x19999999999\"");
+
   Baseline const fits = read(
       replaced(kReport10, "\"with_issues\":[\"n2\",\"n1\"]",
                "\"with_issues\":[\"n2147483647\",\"n0000000002147483647\"]"));
