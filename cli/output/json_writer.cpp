@@ -200,7 +200,9 @@ void write_issue(Emitter& json, ReportIssue const& issue,
   json.member("remedy", issue.remedy);
   json.key("nodes");
   json.begin_array();
-  for (auto const& group : issue.node_groups) json.strings(group);
+  for_each_node_group(issue, [&](std::vector<std::string> const& group) {
+    json.strings(group);
+  });
   json.end_array();
   json.key("node_count");
   json.index(issue.nodes.size());

@@ -95,7 +95,11 @@ struct ReportIssue {
   int severity = 0;  // the representative's
   std::string message;
   std::string remedy;
-  // The raw results' node lists as given, one per merged raw result.
+  // The raw results' node lists as given, one per merged raw result: read
+  // them with for_each_node_group. build_report_model leaves this empty and
+  // the lists are read from `source` (copying them would hold every node
+  // name of every raw result twice); only an issue made without a source
+  // record (by hand) gives its lists here.
   std::vector<std::vector<std::string>> node_groups;
   std::vector<std::string> nodes;  // the distinct host names, sorted
   std::string nodes_text;          // the "Nodes: " line's text, unwrapped
@@ -111,6 +115,22 @@ struct ReportIssue {
   // with the data record.
   std::shared_ptr<CollapsedAnalysisOutput> source;
 };
+
+// for_each_node_group()
+//
+// Calls `visit(std::vector<std::string> const&)` with each raw result's
+// node list as given, in the record's order (an empty list for a missing
+// raw result): those of the source record when the issue has one, else
+// the issue's own `node_groups`.
+template <class Visit>
+void for_each_node_group(ReportIssue const& issue, Visit&& visit) {
+  if (!issue.source) {
+    for (auto const& group : issue.node_groups) visit(group);
+    return;
+  }
+  static std::vector<std::string> const kNone;
+  for (auto const& raw : issue.source->outputs) visit(raw ? raw->nodes : kNone);
+}
 
 // The per-band line of a summary section: "<total> <BAND> (<d> diagnoses,
 // <o> observations)".
