@@ -136,11 +136,12 @@ void describe(ReportIssue& issue) {
   std::vector<std::string_view> names;
   bool any_tuple = false;
   std::size_t name_total = 0;
-  for (auto const& raw : record.outputs) {
-    if (!raw) continue;
-    any_tuple = any_tuple || raw->nodes.size() > 1;
-    name_total += raw->nodes.size();
-  }
+  // (The first walk fetches the scattered raw results ahead; the second
+  // finds them in the cache.)
+  for_each_node_group(issue, [&](std::vector<std::string> const& nodes) {
+    any_tuple = any_tuple || nodes.size() > 1;
+    name_total += nodes.size();
+  });
   names.reserve(name_total);
   for (auto const& raw : record.outputs) {
     if (raw) names.insert(names.end(), raw->nodes.begin(), raw->nodes.end());
