@@ -75,12 +75,12 @@ class Hosts {
  public:
   explicit Hosts(HostTable const& baseline) : baseline_(baseline) {}
 
-  std::uint32_t index(std::string const& name) {
+  std::uint32_t index(std::string_view name) {
     std::uint32_t const known = baseline_.find(name);
     if (known != HostTable::npos) return known;
     auto const [place, added] = more_.emplace(
         name, static_cast<std::uint32_t>(baseline_.size() + names_.size()));
-    if (added) names_.push_back(&name);
+    if (added) names_.push_back(name);
     return place->second;
   }
 
@@ -91,7 +91,7 @@ class Hosts {
     for (std::uint32_t index : hosts) {
       out.push_back(index < baseline_.size()
                         ? baseline_.name(index)
-                        : *names_[index - baseline_.size()]);
+                        : std::string(names_[index - baseline_.size()]));
     }
     std::sort(out.begin(), out.end());
     return out;
@@ -100,7 +100,7 @@ class Hosts {
  private:
   HostTable const& baseline_;
   std::unordered_map<std::string_view, std::uint32_t> more_;
-  std::vector<std::string const*> names_;
+  std::vector<std::string_view> names_;
 };
 
 // The issues of one side, grouped by identity.

@@ -47,9 +47,9 @@ BlastRadius BlastRadiusIndex::of(ReportIssue const& issue) const {
   std::map<std::string, std::size_t> counts;
   // issue.nodes holds each host once.
   for (auto const& host : issue.nodes) {
-    if (tested_.count(host) == 0) continue;
+    if (tested_.count(std::string(host)) == 0) continue;
     ++radius.nodes;
-    auto const found = model_->node_groups.find(host);
+    auto const found = model_->node_groups.find(std::string(host));
     if (found == model_->node_groups.end()) continue;
     for (auto const& group : found->second) ++counts[group];
   }

@@ -98,12 +98,12 @@ std::string valid_utf8(std::string_view raw) {
 
 // The number of distinct names: the model lists an issue's nodes sorted
 // and once each, which is checked rather than assumed.
-std::size_t distinct_count(std::vector<std::string> const& names) {
-  bool const distinct =
-      std::adjacent_find(names.begin(), names.end(),
-                         [](std::string const& a, std::string const& b) {
-                           return !(a < b);
-                         }) == names.end();
+template <class Name>
+std::size_t distinct_count(std::vector<Name> const& names) {
+  bool const distinct = std::adjacent_find(names.begin(), names.end(),
+                                           [](Name const& a, Name const& b) {
+                                             return !(a < b);
+                                           }) == names.end();
   if (distinct) return names.size();
   return std::set<std::string_view>(names.begin(), names.end()).size();
 }
@@ -302,7 +302,7 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
                      {"kind", kind_name(issue.kind)},
                      {"band", band_name(issue.band)}},
                     static_cast<std::int64_t>(distinct_count(issue.nodes)));
-    for (std::string const& host : issue.nodes) {
+    for (auto const& host : issue.nodes) {
       auto const [place, added] = node_severity.emplace(host, issue.severity);
       if (!added) {
         place->second = std::max(place->second, issue.severity);

@@ -158,7 +158,8 @@ void describe(ReportIssue& issue) {
   } else if (name_total == 1) {
     issue.nodes_text = issue.nodes.front();
   } else if (name_total > 1) {
-    issue.nodes_text = TokenizedHost::get_merged_hosts(issue.nodes);
+    issue.nodes_text = TokenizedHost::get_merged_hosts(
+        std::vector<std::string>(issue.nodes.begin(), issue.nodes.end()));
   }
 }
 

@@ -42,6 +42,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/input/scheduler_states.hpp"
@@ -101,8 +102,12 @@ struct ReportIssue {
   // name of every raw result twice); only an issue made without a source
   // record (by hand) gives its lists here.
   std::vector<std::vector<std::string>> node_groups;
-  std::vector<std::string> nodes;  // the distinct host names, sorted
-  std::string nodes_text;          // the "Nodes: " line's text, unwrapped
+  // The distinct host names, sorted: views of the names the source
+  // record's raw results hold, which live as long as the record (a large
+  // cluster's issues name over a million hosts; copies would take twice
+  // the room). An issue made by hand views names its maker keeps.
+  std::vector<std::string_view> nodes;
+  std::string nodes_text;  // the "Nodes: " line's text, unwrapped
   std::set<int> row_ids;
   std::vector<std::string> framework_definitions;  // full names, sorted
   // Refs of the listed issues this one was triggered by: in diagnosis form

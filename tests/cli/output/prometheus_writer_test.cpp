@@ -14,6 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/held_names.hpp"
+
 namespace vesk {
 namespace cli {
 namespace {
@@ -28,7 +30,7 @@ ReportIssue issue(int number, std::string id, int severity,
   made.kind = IssueKind::kObservation;
   made.band = Band::kCritical;
   made.severity = severity;
-  made.nodes = std::move(nodes);
+  made.nodes = vesk::testing::held_names(nodes);
   return made;
 }
 

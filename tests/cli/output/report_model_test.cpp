@@ -585,7 +585,7 @@ TEST(ReportModel, HandWorkedCluster) {
     int severity;
     std::vector<std::size_t> based_on;
     std::vector<std::size_t> explains;
-    std::vector<std::string> nodes;
+    std::vector<std::string_view> nodes;
     char const* nodes_text;
     std::vector<std::string> definitions;
   };
