@@ -131,8 +131,7 @@ void describe(ReportIssue& issue) {
   issue.framework_definitions.assign(record.fwd_names.begin(),
                                      record.fwd_names.end());
 
-  // The distinct names are sorted as views into the raw results; only
-  // they are copied.
+  // The distinct names, sorted: views of the raw results' names.
   std::vector<std::string_view> names;
   bool any_tuple = false;
   std::size_t name_total = 0;
@@ -148,7 +147,7 @@ void describe(ReportIssue& issue) {
   }
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
-  issue.nodes.assign(names.begin(), names.end());
+  issue.nodes = std::move(names);
 
   // The "Nodes: " line, which is only printed for a record with raw
   // results.
