@@ -92,7 +92,7 @@ ReportModel const& big_model() {
           issue.node_groups.push_back({host(node), host((node + 1) % kNodes)});
         }
         issue.row_ids.insert(static_cast<int>(i * kResultsPerIssue + r));
-        issue.nodes.push_back(host(node));
+        issue.nodes.push_back(m.nodes_tested[node]);  // a view of it
       }
       issue.nodes_text = "node[00001-00200]";
       issue.framework_definitions = {"/opt/fwd/a.xml", "/opt/fwd/b.xml"};

@@ -271,7 +271,7 @@ NodeMap map_nodes(ReportModel const& model) {
   map.level.assign(map.hosts.size(), 0);
   for (ReportIssue const& issue : model.issues) {
     if (issue.ref >= model.issues.size()) continue;
-    for (std::string const& host : issue.nodes) {
+    for (auto const& host : issue.nodes) {
       auto const found = index.find(host);
       if (found == index.end()) continue;
       map.refs[found->second].push_back(issue.ref);

@@ -228,7 +228,9 @@ void write_issue(Emitter& json, ReportIssue const& issue,
   json.member("remedy", issue.remedy);
   json.key("nodes");
   json.begin_array();
-  for (auto const& group : issue.node_groups) json.strings(group);
+  for_each_node_group(issue, [&](std::vector<std::string> const& group) {
+    json.strings(group);
+  });
   json.end_array();
   json.member_index("node_count", issue.nodes.size());
   json.member("nodes_text", issue.nodes_text);

@@ -18,6 +18,7 @@
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -93,6 +94,18 @@ std::string valid_utf8(std::string_view raw) {
     i = next;
   }
   return out;
+}
+
+// The number of distinct names: the model lists an issue's nodes sorted
+// and once each, which is checked rather than assumed.
+template <class Name>
+std::size_t distinct_count(std::vector<Name> const& names) {
+  bool const distinct = std::adjacent_find(names.begin(), names.end(),
+                                           [](Name const& a, Name const& b) {
+                                             return !(a < b);
+                                           }) == names.end();
+  if (distinct) return names.size();
+  return std::set<std::string_view>(names.begin(), names.end()).size();
 }
 
 using Labels = std::vector<std::pair<std::string, std::string>>;
@@ -279,16 +292,17 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
                      "Nodes a listed issue appears on; section and number "
                      "are its place in the printed report.",
                      {}};
-  std::map<std::string, int> node_severity;
+  // By name as a view into the model; the series are sorted when written.
+  std::unordered_map<std::string_view, int> node_severity;
+  node_severity.reserve(model.nodes_with_issues.size());
   for (ReportIssue const& issue : model.issues) {
-    std::set<std::string> const hosts(issue.nodes.begin(), issue.nodes.end());
     issue_nodes.add({{"section", section_name(issue.fail_side)},
                      {"number", std::to_string(issue.number)},
                      {"id", issue.id},
                      {"kind", kind_name(issue.kind)},
                      {"band", band_name(issue.band)}},
-                    static_cast<std::int64_t>(hosts.size()));
-    for (std::string const& host : hosts) {
+                    static_cast<std::int64_t>(distinct_count(issue.nodes)));
+    for (auto const& host : issue.nodes) {
       auto const [place, added] = node_severity.emplace(host, issue.severity);
       if (!added) {
         place->second = std::max(place->second, issue.severity);
@@ -301,8 +315,9 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
                       "The highest severity of the listed issues on a node, "
                       "for each node with one.",
                       {}};
+  max_severity.series.reserve(node_severity.size());
   for (auto const& [host, severity] : node_severity) {
-    max_severity.add({{"node", host}}, severity);
+    max_severity.add({{"node", std::string(host)}}, severity);
   }
   write_family(max_severity, out);
 

@@ -88,9 +88,38 @@ void list_section(ReportModel& model, PostprocessorExtensionData const& data,
   }
 }
 
+// The node text of a record with a raw result on more than one node, as
+// UtilityFunctions::get_node_string writes it, from the raw results
+// themselves instead of a copy of their lists: each non-empty list in
+// parentheses, followed by ", " unless it is the last entry (so an empty
+// last entry leaves a trailing ", ").
+std::string tuple_text(Record const& record) {
+  std::size_t size = 0;
+  for (auto const& raw : record.outputs) {
+    if (!raw) continue;
+    for (auto const& name : raw->nodes) size += name.size() + 2;
+    size += 4;
+  }
+  std::string text;
+  text.reserve(size);
+  std::size_t const count = record.outputs.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    auto const& raw = record.outputs[i];
+    if (!raw || raw->nodes.empty()) continue;
+    text += '(';
+    for (std::size_t j = 0; j < raw->nodes.size(); ++j) {
+      if (j > 0) text += ", ";
+      text += raw->nodes[j];
+    }
+    text += ')';
+    if (i + 1 != count) text += ", ";
+  }
+  return text;
+}
+
 // The fields that come from the record alone: id, texts, nodes, rows,
 // definitions.
-void describe(UtilityFunctions& uf, ReportIssue& issue) {
+void describe(ReportIssue& issue) {
   Record const& record = *issue.source;
   issue.id = record.get_id();
   issue.message = record.get_message();
@@ -102,32 +131,34 @@ void describe(UtilityFunctions& uf, ReportIssue& issue) {
   issue.framework_definitions.assign(record.fwd_names.begin(),
                                      record.fwd_names.end());
 
+  // The distinct names, sorted: views of the raw results' names.
   std::vector<std::string_view> names;
   bool any_tuple = false;
-  issue.node_groups.reserve(record.outputs.size());
+  std::size_t name_total = 0;
+  // (The first walk fetches the scattered raw results ahead; the second
+  // finds them in the cache.)
+  for_each_node_group(issue, [&](std::vector<std::string> const& nodes) {
+    any_tuple = any_tuple || nodes.size() > 1;
+    name_total += nodes.size();
+  });
+  names.reserve(name_total);
   for (auto const& raw : record.outputs) {
-    if (!raw) {
-      issue.node_groups.emplace_back();
-      continue;
-    }
-    any_tuple = any_tuple || raw->nodes.size() > 1;
-    names.insert(names.end(), raw->nodes.begin(), raw->nodes.end());
-    issue.node_groups.push_back(raw->nodes);
+    if (raw) names.insert(names.end(), raw->nodes.begin(), raw->nodes.end());
   }
-  std::size_t const name_total = names.size();
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
-  issue.nodes.assign(names.begin(), names.end());
+  issue.nodes = std::move(names);
 
   // The "Nodes: " line, which is only printed for a record with raw
   // results.
   if (record.outputs.empty()) return;
   if (any_tuple) {
-    issue.nodes_text = uf.get_node_string(issue.node_groups);
+    issue.nodes_text = tuple_text(record);
   } else if (name_total == 1) {
     issue.nodes_text = issue.nodes.front();
   } else if (name_total > 1) {
-    issue.nodes_text = TokenizedHost::get_merged_hosts(issue.nodes);
+    issue.nodes_text = TokenizedHost::get_merged_hosts(
+        std::vector<std::string>(issue.nodes.begin(), issue.nodes.end()));
   }
 }
 
@@ -464,10 +495,17 @@ int build_report_model(UtilityFunctions& uf,
   list_nodes(model, data);
 
   if (data.sorted_outputs) {
+    std::size_t listed = 0;
+    for (auto const& [key, group] : *data.sorted_outputs) {
+      listed += static_cast<std::size_t>(
+          std::count_if(group.begin(), group.end(),
+                        [](auto const& output) { return output != nullptr; }));
+    }
+    model.issues.reserve(listed);
     list_section(model, data, true);
     list_section(model, data, false);
   }
-  for (auto& issue : model.issues) describe(uf, issue);
+  for (auto& issue : model.issues) describe(issue);
   link(model);
 
   model.fail = count_section(data, true);

@@ -42,6 +42,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/input/scheduler_states.hpp"
@@ -95,10 +96,18 @@ struct ReportIssue {
   int severity = 0;  // the representative's
   std::string message;
   std::string remedy;
-  // The raw results' node lists as given, one per merged raw result.
+  // The raw results' node lists as given, one per merged raw result: read
+  // them with for_each_node_group. build_report_model leaves this empty and
+  // the lists are read from `source` (copying them would hold every node
+  // name of every raw result twice); only an issue made without a source
+  // record (by hand) gives its lists here.
   std::vector<std::vector<std::string>> node_groups;
-  std::vector<std::string> nodes;  // the distinct host names, sorted
-  std::string nodes_text;          // the "Nodes: " line's text, unwrapped
+  // The distinct host names, sorted: views of the names the source
+  // record's raw results hold, which live as long as the record (a large
+  // cluster's issues name over a million hosts; copies would take twice
+  // the room). An issue made by hand views names its maker keeps.
+  std::vector<std::string_view> nodes;
+  std::string nodes_text;  // the "Nodes: " line's text, unwrapped
   std::set<int> row_ids;
   std::vector<std::string> framework_definitions;  // full names, sorted
   // Refs of the listed issues this one was triggered by: in diagnosis form
@@ -111,6 +120,34 @@ struct ReportIssue {
   // with the data record.
   std::shared_ptr<CollapsedAnalysisOutput> source;
 };
+
+// for_each_node_group()
+//
+// Calls `visit(std::vector<std::string> const&)` with each raw result's
+// node list as given, in the record's order (an empty list for a missing
+// raw result): those of the source record when the issue has one, else
+// the issue's own `node_groups`.
+template <class Visit>
+void for_each_node_group(ReportIssue const& issue, Visit&& visit) {
+  if (!issue.source) {
+    for (auto const& group : issue.node_groups) visit(group);
+    return;
+  }
+  static std::vector<std::string> const kNone;
+  auto const& outputs = issue.source->outputs;
+  std::size_t const count = outputs.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    // The raw results lie wherever they were loaded, one or two cache
+    // misses each: their lists, then the names, are fetched ahead.
+    if (i + 16 < count && outputs[i + 16]) {
+      __builtin_prefetch(&outputs[i + 16]->nodes);
+    }
+    if (i + 8 < count && outputs[i + 8]) {
+      __builtin_prefetch(outputs[i + 8]->nodes.data());
+    }
+    visit(outputs[i] ? outputs[i]->nodes : kNone);
+  }
+}
 
 // The per-band line of a summary section: "<total> <BAND> (<d> diagnoses,
 // <o> observations)".

@@ -157,7 +157,8 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
   for (std::size_t i = 0; i < model.issues.size(); ++i) {
     ReportIssue const& issue = model.issues[i];
     if (!issue.fail_side || from_scheduler(issue)) continue;
-    for (auto const& host : issue.nodes) node_issues[host].push_back(i);
+    for (auto const& host : issue.nodes)
+      node_issues[std::string(host)].push_back(i);
   }
 
   std::vector<std::string> left_out;

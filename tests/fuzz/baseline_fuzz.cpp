@@ -33,8 +33,9 @@ using vesk::cli::IssueKind;
 using vesk::cli::ReportIssue;
 using vesk::cli::ReportModel;
 
+// `nodes` views names that live as long as the program (literals).
 ReportIssue issue(IssueKind kind, std::string id, std::string message,
-                  std::vector<std::string> nodes) {
+                  std::vector<std::string_view> nodes) {
   ReportIssue made;
   made.kind = kind;
   made.band = Band::kWarning;

@@ -19,6 +19,7 @@
 
 #include "cli/output/changes_text.hpp"
 #include "cli/output/prometheus_writer.hpp"
+#include "support/held_names.hpp"
 #include "support/temp_file.hpp"
 
 #include <gtest/gtest.h>
@@ -38,8 +39,8 @@ ReportIssue issue(IssueKind kind, std::string id, std::string message,
   made.kind = kind;
   made.id = std::move(id);
   made.message = std::move(message);
-  made.nodes = std::move(nodes);
-  made.node_groups = {made.nodes};
+  made.nodes = vesk::testing::held_names(nodes);
+  made.node_groups = {std::move(nodes)};
   return made;
 }
 

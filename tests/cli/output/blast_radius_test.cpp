@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/held_names.hpp"
+
 namespace vesk {
 namespace cli {
 namespace {
@@ -40,7 +42,7 @@ ReportModel racks() {
 
 ReportIssue issue_on(std::vector<std::string> nodes) {
   ReportIssue issue;
-  issue.nodes = std::move(nodes);
+  issue.nodes = vesk::testing::held_names(nodes);
   return issue;
 }
 

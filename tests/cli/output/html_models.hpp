@@ -35,6 +35,7 @@
 #include <vector>
 
 #include "cli/output/report_model.hpp"
+#include "support/held_names.hpp"
 
 namespace vesk {
 namespace cli {
@@ -54,8 +55,8 @@ inline ReportIssue make_issue(std::size_t ref, bool fail_side, int number,
   issue.severity = severity;
   issue.id = std::move(id);
   issue.message = "Message of " + issue.id;
-  issue.node_groups = {nodes};
-  issue.nodes = std::move(nodes);
+  issue.nodes = vesk::testing::held_names(nodes);
+  issue.node_groups = {std::move(nodes)};
   issue.nodes_text = std::move(nodes_text);
   return issue;
 }

@@ -21,6 +21,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/held_names.hpp"
+
 namespace vesk {
 namespace cli {
 namespace {
@@ -33,7 +35,7 @@ ReportIssue issue(std::string id, int severity, bool fail_side,
   made.id = std::move(id);
   made.severity = severity;
   made.fail_side = fail_side;
-  made.nodes = std::move(nodes);
+  made.nodes = vesk::testing::held_names(nodes);
   return made;
 }
 
