@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <exception>
+#include <future>
 #include <iostream>
 #include <iterator>
 #include <limits>
@@ -463,52 +464,71 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
 
-  // The baseline is read first, so that a baseline that cannot be used
-  // ends the run before anything is written.
-  std::optional<Baseline> baseline;
+  // The baseline is read on a thread of its own while the inputs load. A
+  // baseline that cannot be used still ends the run as if it had been read
+  // first: its error is the one reported, before anything is written.
+  std::future<Baseline> pending_baseline;
+  std::string baseline_label;
   if (options.baseline) {
-    label = *options.baseline == "-" ? kStdinLabel : *options.baseline;
-    baseline = read_baseline(*options.baseline);
+    baseline_label = *options.baseline == "-" ? kStdinLabel : *options.baseline;
+    pending_baseline = std::async(std::launch::async, [&options] {
+      return read_baseline(*options.baseline);
+    });
   }
+  // The baseline, waited for; its error is told under its own name.
+  auto take_baseline = [&] {
+    std::string const current = label;
+    label = baseline_label;
+    Baseline taken = pending_baseline.get();
+    label = current;
+    return taken;
+  };
 
   AtomicFileSet files;
   std::vector<AtomicFile*> report_files(options.reports.size(), nullptr);
-  for (std::size_t i = 0; i < options.reports.size(); ++i) {
-    if (!options.reports[i].to_stdout()) {
-      report_files[i] = &files.open(options.reports[i].path);
-    }
-  }
-
   RunInfo run_info;
   run_info.generator = std::string("vesk-report ") + VESK_VERSION;
   LoadedSettings settings;
-  InputMerger merger;
-  if (options.demo) {
-    Config document;
-    label = kDemoLabel;
-    load_text(std::string_view(reinterpret_cast<char const*>(kDemoDocument),
-                               kDemoDocumentSize),
-              label, document, settings, warnings);
-    merger.add_document(std::move(document));
-    run_info.inputs.push_back({"vesk", ""});
-  } else if (options.file || options.imports.empty()) {
-    Config document;
-    std::string const path = options.file.value_or("-");
-    label = path == "-" ? kStdinLabel : path;
-    load_file(path, label, document, settings, warnings);
-    merger.add_document(std::move(document));
-    run_info.inputs.push_back({"vesk", path});
-  }
-  for (auto const& request : options.imports) {
-    // The scheduler's view of the nodes goes to the drain script.
-    merger.add_import(
-        import_input(request, label, warnings, &run_info.scheduler));
-    run_info.inputs.push_back({request.format, request.path});
-  }
   // The Config and the output data are held through pointers, so that the
   // last run of a process can leave them to its exit (leave_results_at_exit).
-  auto config_holder =
-      std::make_unique<Config>(merger.finish(options.threshold));
+  std::unique_ptr<Config> config_holder;
+  try {
+    for (std::size_t i = 0; i < options.reports.size(); ++i) {
+      if (!options.reports[i].to_stdout()) {
+        report_files[i] = &files.open(options.reports[i].path);
+      }
+    }
+
+    InputMerger merger;
+    if (options.demo) {
+      Config document;
+      label = kDemoLabel;
+      load_text(std::string_view(reinterpret_cast<char const*>(kDemoDocument),
+                                 kDemoDocumentSize),
+                label, document, settings, warnings);
+      merger.add_document(std::move(document));
+      run_info.inputs.push_back({"vesk", ""});
+    } else if (options.file || options.imports.empty()) {
+      Config document;
+      std::string const path = options.file.value_or("-");
+      label = path == "-" ? kStdinLabel : path;
+      load_file(path, label, document, settings, warnings);
+      merger.add_document(std::move(document));
+      run_info.inputs.push_back({"vesk", path});
+    }
+    for (auto const& request : options.imports) {
+      // The scheduler's view of the nodes goes to the drain script.
+      merger.add_import(
+          import_input(request, label, warnings, &run_info.scheduler));
+      run_info.inputs.push_back({request.format, request.path});
+    }
+    config_holder = std::make_unique<Config>(merger.finish(options.threshold));
+  } catch (...) {
+    if (pending_baseline.valid()) take_baseline();  // its error comes first
+    throw;
+  }
+  std::optional<Baseline> baseline;
+  if (pending_baseline.valid()) baseline = take_baseline();
   Config& config = *config_holder;
   if (options.log_level) settings.log_level = options.log_level;
 

@@ -158,6 +158,33 @@ TEST_F(BadBaseline, AnotherMajorVersion) {
                                   "schema version 1.x, found \"2.0\"");
 }
 
+// The baseline is read while the inputs load, but a baseline that cannot
+// be used is still what the run reports, whatever else is wrong with it; a
+// usable one leaves the document's own error to be told.
+TEST(Baseline, ItsErrorComesBeforeTheInputsAndTheReportFiles) {
+  std::string const bad_baseline =
+      "vesk-report: /nonexistent/last.json: expected a readable file (No "
+      "such file or directory)\n";
+  RunResult result = run_with(
+      {"/nonexistent/cluster.json", "--baseline", "/nonexistent/last.json"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, bad_baseline);
+  EXPECT_EQ(result.out, "");
+
+  result = run_with({"--demo", "--baseline", "/nonexistent/last.json",
+                     "--report", "json=/nonexistent/folder/r.json"});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err, bad_baseline);
+  EXPECT_EQ(result.out, "");
+
+  result = run_with({"/nonexistent/cluster.json", "--baseline", kDemoBaseline});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.err,
+            "vesk-report: /nonexistent/cluster.json: expected a readable file "
+            "(No such file or directory)\n");
+  EXPECT_EQ(result.out, "");
+}
+
 TEST(Baseline, StandardInputServesOneInputOnly) {
   RunResult const result =
       run_with({"-", "--baseline", "-", "--report", "json=/dev/null"});
