@@ -23,7 +23,8 @@ std::string name_list(std::vector<GroupCover const*> const& groups,
   std::size_t const named = std::min(groups.size(), kNamedGroups);
   for (std::size_t i = 0; i < named; ++i) {
     if (i != 0) text += ", ";
-    text += groups[i]->group + detail(*groups[i]);
+    text += groups[i]->group;
+    text += detail(*groups[i]);
   }
   if (groups.size() > named) {
     text += " and " + std::to_string(groups.size() - named) + " more";
@@ -64,16 +65,19 @@ BlastRadius BlastRadiusIndex::of(ReportIssue const& issue) const {
   radius.nodes_tested = tested_.size();
   // The issue's count in each group it is on, by group number.
   std::vector<std::pair<std::size_t, std::size_t>> counts;
-  std::unordered_map<std::size_t, std::size_t> slot;  // number -> in counts
+  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  std::vector<std::size_t> slot(group_names_.size(), kNone);  // in counts
   // issue.nodes holds each host once.
   for (auto const& host : issue.nodes) {
     auto const found = tested_.find(host);
     if (found == tested_.end()) continue;
     ++radius.nodes;
     for (std::size_t const number : found->second) {
-      auto const [at, added] = slot.try_emplace(number, counts.size());
-      if (added) counts.emplace_back(number, 0);
-      ++counts[at->second].second;
+      if (slot[number] == kNone) {
+        slot[number] = counts.size();
+        counts.emplace_back(number, 0);
+      }
+      ++counts[slot[number]].second;
     }
   }
   if (radius.nodes_tested != 0) {
@@ -84,8 +88,7 @@ BlastRadius BlastRadiusIndex::of(ReportIssue const& issue) const {
   radius.groups.reserve(counts.size());
   for (auto const& [number, count] : counts) {
     std::size_t const size = group_sizes_[number];
-    radius.groups.push_back(
-        {std::string(group_names_[number]), count, size, count == size});
+    radius.groups.push_back({group_names_[number], count, size, count == size});
   }
   return radius;
 }

@@ -50,7 +50,7 @@ namespace cli {
 
 // One node group that an issue is on.
 struct GroupCover {
-  std::string group;
+  std::string_view group;      // the model's own name of it
   std::size_t nodes = 0;       // the issue's tested nodes in the group
   std::size_t group_size = 0;  // the tested nodes in the group
   bool filled = false;         // nodes == group_size

@@ -80,7 +80,7 @@ class Emitter {
     check(writer_.Key(name));
   }
 
-  void string(std::string const& text) {
+  void string(std::string_view text) {
     if (text.size() > std::numeric_limits<rapidjson::SizeType>::max()) {
       throw std::runtime_error(std::string("cannot write the JSON report: \"") +
                                key_ + "\" holds a text that is too long");
@@ -102,7 +102,7 @@ class Emitter {
   void number(double value) { check(writer_.Double(value)); }
 
   // The members of the current object, one call per member.
-  void member(char const* name, std::string const& text) {
+  void member(char const* name, std::string_view text) {
     key(name);
     string(text);
   }
