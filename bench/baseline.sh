@@ -23,38 +23,16 @@ build=${1:-build-bench}
 runs=${BASELINE_RUNS:-3}
 writer=$build/bench/write_cluster_json
 report=$build/cli/vesk-report
-for exe in "$writer" "$report"; do
-  if [[ ! -x "$exe" ]]; then
-    echo "baseline: $exe not found (build with -DVESK_BUILD_BENCH=ON)" >&2
-    exit 1
-  fi
-done
-
-tmp=$(mktemp -d)
-trap 'rm -rf "$tmp"' EXIT
-doc=$tmp/cluster.json
-"$writer" "$doc"
+here=$(cd "$(dirname "$0")" && pwd)
+source "$here/support/scripts.bash"
+bench_require baseline "$writer" "$report"
+bench_cluster "$writer"
 # The first run of the chain, then one with it as baseline: its report is
 # the baseline that is timed.
-"$report" --width 80 "$doc" --report "json=$tmp/first.json" >/dev/null || true
-"$report" --width 80 "$doc" --report "json=$tmp/base.json" \
-  --baseline "$tmp/first.json" >/dev/null || true
+bench_baseline "$report"
 echo "document: $(stat -c %s "$doc") bytes; baseline: $(stat -c %s "$tmp/base.json") bytes"
 
-# time_run NAME COMMAND...: adds "wall user sys peak_kB" to $tmp/NAME.all.
-time_run() {
-  local name=$1
-  shift
-  local status=0
-  /usr/bin/time -f '%e %U %S %M' -o "$tmp/$name.time" \
-    "$@" >/dev/null 2>"$tmp/$name.err" || status=$?
-  if [[ $status -ne 0 && $status -ne 1 ]]; then
-    echo "baseline: $name exited with $status:" >&2
-    cat "$tmp/$name.err" >&2
-    exit 1
-  fi
-  tail -n 1 "$tmp/$name.time" >>"$tmp/$name.all"
-}
+time_run() { bench_time_run baseline "$@"; }
 
 for ((round = 0; round < runs; ++round)); do
   time_run plain "$report" --width 80 "$doc"

@@ -25,17 +25,10 @@ runs=${E2E_RUNS:-1}
 writer=$build/bench/write_cluster_json
 report=$build/cli/vesk-report
 floor=$build/bench/parse_floor
-for exe in "$writer" "$report" "$floor"; do
-  if [[ ! -x "$exe" ]]; then
-    echo "e2e: $exe not found (build with -DVESK_BUILD_BENCH=ON)" >&2
-    exit 1
-  fi
-done
-
-tmp=$(mktemp -d)
-trap 'rm -rf "$tmp"' EXIT
-doc=$tmp/cluster.json
-"$writer" "$doc"
+here=$(cd "$(dirname "$0")" && pwd)
+source "$here/support/scripts.bash"
+bench_require e2e "$writer" "$report" "$floor"
+bench_cluster "$writer"
 size=$(stat -c %s "$doc")
 
 # GNU time writes the wall, user and system times, the peak resident size

@@ -28,22 +28,13 @@ runs=${REPORTS_RUNS:-3}
 with_baseline=${REPORTS_BASELINE:-1}
 writer=$build/bench/write_cluster_json
 report=$build/cli/vesk-report
-for exe in "$writer" "$report"; do
-  if [[ ! -x "$exe" ]]; then
-    echo "reports: $exe not found (build with -DVESK_BUILD_BENCH=ON)" >&2
-    exit 1
-  fi
-done
-
-tmp=$(mktemp -d)
-trap 'rm -rf "$tmp"' EXIT
-doc=$tmp/cluster.json
-"$writer" "$doc"
+here=$(cd "$(dirname "$0")" && pwd)
+source "$here/support/scripts.bash"
+bench_require reports "$writer" "$report"
+bench_cluster "$writer"
 names=(text json_prom html)
 if [[ $with_baseline != 0 ]]; then
-  "$report" --width 80 "$doc" --report "json=$tmp/first.json" >/dev/null || true
-  "$report" --width 80 "$doc" --report "json=$tmp/base.json" \
-    --baseline "$tmp/first.json" >/dev/null || true
+  bench_baseline "$report"
   names+=(baseline)
   echo "document: $(stat -c %s "$doc") bytes;" \
     "baseline: $(stat -c %s "$tmp/base.json") bytes"
@@ -52,22 +43,7 @@ else
 fi
 echo "load average before: $(cut -d' ' -f1-3 /proc/loadavg)"
 
-# time_run NAME COMMAND...: adds "wall user sys peak_kB" to $tmp/NAME.all.
-time_run() {
-  local name=$1
-  shift
-  local status=0
-  /usr/bin/time -f '%e %U %S %M' -o "$tmp/$name.time" \
-    "$@" >/dev/null 2>"$tmp/$name.err" || status=$?
-  # 1: the cluster has issues; 3: a result could not be mapped. Both still
-  # write every report.
-  if [[ $status -ne 0 && $status -ne 1 ]]; then
-    echo "reports: $name exited with $status:" >&2
-    cat "$tmp/$name.err" >&2
-    exit 1
-  fi
-  tail -n 1 "$tmp/$name.time" >>"$tmp/$name.all"
-}
+time_run() { bench_time_run reports "$@"; }
 
 for ((round = 0; round < runs; ++round)); do
   time_run text "$report" --width 80 "$doc"
