@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <ctime>
 #include <exception>
+#include <functional>
 #include <map>
 #include <set>
 #include <tuple>
@@ -153,12 +154,20 @@ std::string slurm_host_list(std::vector<std::string> const& hosts) {
 void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
                         std::ostream& out) {
   // Every node of a FAIL-side issue, with its issues in report order.
-  std::map<std::string, std::vector<std::size_t>> node_issues;
+  // Looked up by view: a name is copied only when it is first met.
+  std::map<std::string, std::vector<std::size_t>, std::less<>> node_issues;
   for (std::size_t i = 0; i < model.issues.size(); ++i) {
     ReportIssue const& issue = model.issues[i];
     if (!issue.fail_side || from_scheduler(issue)) continue;
-    for (auto const& host : issue.nodes)
-      node_issues[std::string(host)].push_back(i);
+    for (auto const& host : issue.nodes) {
+      auto entry = node_issues.find(host);
+      if (entry == node_issues.end()) {
+        entry =
+            node_issues.emplace(std::string(host), std::vector<std::size_t>())
+                .first;
+      }
+      entry->second.push_back(i);
+    }
   }
 
   std::vector<std::string> left_out;
