@@ -44,6 +44,76 @@ class NodeGatherer {
   std::unordered_set<std::string_view> seen_;  // views into affected_nodes
 };
 
+// The collapsing loop over `count` outputs: raw(k) is the k-th output or
+// null, shared(k) its shared pointer. The outputs live apart on the heap, so
+// the loop asks for each one's lines a few outputs ahead: the record first,
+// then, once it is there, its message and node list.
+template <class Raw, class Shared>
+void collapse_selected(std::size_t count, Raw raw, Shared shared,
+                       CollapsedList& collapsed,
+                       postprocessor::PostprocessorExtensionData& data,
+                       postprocessor::Type type) {
+  // Key of each record -> position of the first record with that key. A
+  // record's first output never changes, so neither does its key.
+  std::unordered_map<FindingKey, std::size_t, FindingKeyHash> first_with_key;
+  bool indexed = false;
+  std::size_t retyped = 0;  // records [0, retyped) already carry `type`
+  NodeGatherer nodes(data);
+  constexpr std::size_t kRecordAhead = 16;
+  constexpr std::size_t kFieldsAhead = 8;
+
+  for (std::size_t k = 0; k < count; ++k) {
+    if (k + kRecordAhead < count) {
+      if (AnalysisOutput const* ahead = raw(k + kRecordAhead)) {
+        __builtin_prefetch(ahead);
+        __builtin_prefetch(&ahead->severity);
+      }
+    }
+    if (k + kFieldsAhead < count) {
+      if (AnalysisOutput const* ahead = raw(k + kFieldsAhead)) {
+        __builtin_prefetch(ahead->message.data());
+        __builtin_prefetch(ahead->id.data());
+        __builtin_prefetch(ahead->nodes.data());
+      }
+    }
+    AnalysisOutput const* output = raw(k);
+    if (!output) continue;
+    if (output->suppressed) {
+      ++data.suppressed_count;
+    } else {
+      if (!indexed) {
+        first_with_key.reserve(collapsed.size() + count / 8 + 16);
+        for (std::size_t i = 0; i < collapsed.size(); ++i) {
+          auto const& record = collapsed[i];
+          if (!record || record->outputs.empty() || !record->outputs.front()) {
+            continue;  // cannot match anything
+          }
+          first_with_key.emplace(finding_key(*record->outputs.front()), i);
+        }
+        indexed = true;
+      }
+      auto match = first_with_key.find(finding_key(*output));
+      std::size_t const examined =
+          match != first_with_key.end() ? match->second + 1 : collapsed.size();
+      for (; retyped < examined; ++retyped) {
+        if (collapsed[retyped]) collapsed[retyped]->type = type;
+      }
+      if (match != first_with_key.end()) {
+        collapsed[match->second]->outputs.push_back(shared(k));
+      } else {
+        CollapsedAnalysisOutput record;
+        record.outputs.push_back(shared(k));
+        record.type = type;
+        collapsed.push_back(
+            std::make_shared<CollapsedAnalysisOutput>(std::move(record)));
+        first_with_key.emplace(finding_key(*output), collapsed.size() - 1);
+        retyped = collapsed.size();
+      }
+    }
+    nodes.gather(output->nodes);
+  }
+}
+
 }  // namespace
 
 SeverityList::SeverityList(OutputList const& list) : outputs(list) {
@@ -62,15 +132,25 @@ void collapse_band(postprocessor::PostprocessorExtensionData& data,
   for (int severity : input.severities) {
     if (severity >= lo && severity <= hi) ++selected_count;
   }
-  OutputList selected;
+  // Pointers to the band's outputs, not copies: a copy of each shared
+  // pointer would cost two atomic reference count changes per output.
+  std::vector<AnalysisOutput const*> selected;
   selected.reserve(selected_count);
+  std::vector<std::size_t> positions;
+  positions.reserve(selected_count);
   for (std::size_t i = 0; i < input.severities.size(); ++i) {
     int const severity = input.severities[i];
     if (severity >= lo && severity <= hi && input.outputs[i]) {
-      selected.push_back(input.outputs[i]);
+      selected.push_back(input.outputs[i].get());
+      positions.push_back(i);
     }
   }
-  collapse_outputs(selected, collapsed, data, type);
+  collapse_selected(
+      selected.size(), [&](std::size_t k) { return selected[k]; },
+      [&](std::size_t k) -> std::shared_ptr<AnalysisOutput> const& {
+        return input.outputs[positions[k]];
+      },
+      collapsed, data, type);
   // The count key has no band bits; its side is decided by the larger bound.
   unsigned const kind =
       type != DIAGNOSIS ? group_key::kAllObservations : group_key::kDiagnoses;
@@ -82,49 +162,12 @@ void collapse_band(postprocessor::PostprocessorExtensionData& data,
 void collapse_outputs(OutputList const& outputs, CollapsedList& collapsed,
                       postprocessor::PostprocessorExtensionData& data,
                       postprocessor::Type type) {
-  // Key of each record -> position of the first record with that key. A
-  // record's first output never changes, so neither does its key.
-  std::unordered_map<FindingKey, std::size_t, FindingKeyHash> first_with_key;
-  bool indexed = false;
-  std::size_t retyped = 0;  // records [0, retyped) already carry `type`
-  NodeGatherer nodes(data);
-
-  for (auto const& output : outputs) {
-    if (!output) continue;
-    if (output->suppressed) {
-      ++data.suppressed_count;
-    } else {
-      if (!indexed) {
-        first_with_key.reserve(collapsed.size() + outputs.size() / 8 + 16);
-        for (std::size_t i = 0; i < collapsed.size(); ++i) {
-          auto const& record = collapsed[i];
-          if (!record || record->outputs.empty() || !record->outputs.front()) {
-            continue;  // cannot match anything
-          }
-          first_with_key.emplace(finding_key(*record->outputs.front()), i);
-        }
-        indexed = true;
-      }
-      auto match = first_with_key.find(finding_key(*output));
-      std::size_t const examined =
-          match != first_with_key.end() ? match->second + 1 : collapsed.size();
-      for (; retyped < examined; ++retyped) {
-        if (collapsed[retyped]) collapsed[retyped]->type = type;
-      }
-      if (match != first_with_key.end()) {
-        collapsed[match->second]->outputs.push_back(output);
-      } else {
-        CollapsedAnalysisOutput record;
-        record.outputs.push_back(output);
-        record.type = type;
-        collapsed.push_back(
-            std::make_shared<CollapsedAnalysisOutput>(std::move(record)));
-        first_with_key.emplace(finding_key(*output), collapsed.size() - 1);
-        retyped = collapsed.size();
-      }
-    }
-    nodes.gather(output->nodes);
-  }
+  collapse_selected(
+      outputs.size(), [&](std::size_t k) { return outputs[k].get(); },
+      [&](std::size_t k) -> std::shared_ptr<AnalysisOutput> const& {
+        return outputs[k];
+      },
+      collapsed, data, type);
 }
 
 }  // namespace detail
