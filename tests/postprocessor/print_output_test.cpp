@@ -172,6 +172,22 @@ TEST(PrintOutput, NodesInTwoGroupsArePlural) {
             "1. a (appears on 2 nodes)\n   Nodes: n[1-2]\n");
 }
 
+TEST(PrintOutput, RepeatedNamesAmongManyResultsAreCountedOnce) {
+  // 1,200 raw results name n1..n40 (each 30 times, in falling order) and
+  // m05 (every 100th), with null results and results on no node among
+  // them: 41 distinct names, folded to m05 and one range.
+  PostprocessorExtensionData data;
+  std::vector<std::shared_ptr<AnalysisOutput>> outputs;
+  for (int i = 0; i < 1200; ++i) {
+    outputs.push_back(raw("a", {"n" + std::to_string(40 - i % 40)}));
+    if (i % 100 == 0) outputs.push_back(raw("a", {"m05"}));
+    if (i % 7 == 0) outputs.push_back(nullptr);
+    if (i % 9 == 0) outputs.push_back(raw("a", {}));
+  }
+  EXPECT_EQ(print(collapsed(outputs), data),
+            "1. a (appears on 41 nodes)\n   Nodes: m05, n[1-40]\n");
+}
+
 TEST(PrintOutput, GroupWithSeveralNamesPrintsTuples) {
   PostprocessorExtensionData data;
   auto output = collapsed({raw("a", {"n1", "n2"}), raw("a", {"n3"})});

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <set>
@@ -66,6 +67,30 @@ void collect_ids(std::set<CollapsedAnalysisOutput::Ptr> const& outputs,
   }
 }
 
+// Moves the first view of each distinct name to the front of `names`, in
+// the order the names are first met, and returns how many there are.
+std::size_t keep_first_of_each(std::vector<std::string_view>& names) {
+  if (names.size() < 2) return names.size();
+  std::size_t slots = 4;
+  while (slots < names.size() * 2) slots *= 2;
+  std::size_t const mask = slots - 1;
+  constexpr std::size_t kEmpty = std::numeric_limits<std::size_t>::max();
+  std::vector<std::size_t> table(slots, kEmpty);  // positions of kept names
+  std::hash<std::string_view> const hash;
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    std::string_view const name = names[i];
+    std::size_t slot = hash(name) & mask;
+    while (table[slot] != kEmpty && names[table[slot]] != name) {
+      slot = (slot + 1) & mask;
+    }
+    if (table[slot] != kEmpty) continue;
+    table[slot] = kept;
+    names[kept++] = name;
+  }
+  return kept;
+}
+
 }  // namespace
 
 void UtilityFunctions::PrintOutput(
@@ -77,7 +102,19 @@ void UtilityFunctions::PrintOutput(
   // for the rare output with a tuple of names.
   std::vector<std::string_view> names;
   bool any_tuple = false;
-  for (std::shared_ptr<AnalysisOutput> const& raw : output->outputs) {
+  // The raw results of one issue lie far apart on the heap: each one's
+  // record, and then its node list, are asked for a few results ahead.
+  auto const& raws = output->outputs;
+  constexpr std::size_t kRecordAhead = 16;
+  constexpr std::size_t kNodesAhead = 8;
+  for (std::size_t i = 0; i < raws.size(); ++i) {
+    if (i + kRecordAhead < raws.size() && raws[i + kRecordAhead]) {
+      __builtin_prefetch(&raws[i + kRecordAhead]->nodes);
+    }
+    if (i + kNodesAhead < raws.size() && raws[i + kNodesAhead]) {
+      __builtin_prefetch(raws[i + kNodesAhead]->nodes.data());
+    }
+    AnalysisOutput const* raw = raws[i].get();
     if (!raw) continue;
     any_tuple = any_tuple || raw->nodes.size() > 1;
     names.insert(names.end(), raw->nodes.begin(), raw->nodes.end());
@@ -89,11 +126,11 @@ void UtilityFunctions::PrintOutput(
       std::string(static_cast<std::size_t>(std::int64_t{number_width} + 2),
                   ' ');
 
-  // The number of distinct names, counted over views of the names (sorted,
-  // then unique) rather than by copying them all into a set.
-  std::sort(names.begin(), names.end());
-  std::size_t const node_count = static_cast<std::size_t>(
-      std::unique(names.begin(), names.end()) - names.begin());
+  // The distinct names, in the order they are first met, counted over
+  // views of the names: a table of positions into `names`, sized to at
+  // least twice their number and probed linearly, instead of a sort of
+  // every view.
+  std::size_t const node_count = keep_first_of_each(names);
 
   // Signed 64-bit difference used as an unsigned length: a width below the
   // digit count becomes a huge length, which std::string rejects with
@@ -132,8 +169,8 @@ void UtilityFunctions::PrintOutput(
     } else if (name_total == 1) {
       buffer << names.front();  // a lone name as given
     } else if (name_total > 1) {
-      // Folding drops repeats, so the distinct names (already sorted for
-      // the count) give the same text as the full list.
+      // Folding drops repeats and sorts what it writes, so the distinct
+      // names (gathered for the count) give the same text as the full list.
       buffer << TokenizedHost::get_merged_hosts(std::vector<std::string>(
           names.begin(),
           names.begin() + static_cast<std::ptrdiff_t>(node_count)));
