@@ -71,16 +71,6 @@ std::optional<IssueKind> kind_of(std::string_view name) {
   return std::nullopt;
 }
 
-// Whether `text` has a byte that visible_controls() may escape: one below
-// 0x20, DEL, or 0xc2, the UTF-8 lead byte of U+0080..U+009F.
-bool has_control(std::string_view text) {
-  for (char const c : text) {
-    auto const byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7f || byte == 0xc2) return true;
-  }
-  return false;
-}
-
 void sort_unique(std::vector<std::string>& names) {
   std::sort(names.begin(), names.end());
   names.erase(std::unique(names.begin(), names.end()), names.end());
@@ -223,8 +213,9 @@ class BaselineReader {
     }
     std::size_t const known = hosts_->size();
     std::uint32_t const index =
-        has_control(name) ? hosts_->index(visible_controls(std::string(name)))
-                          : hosts_->index(name);
+        may_hold_controls(name)
+            ? hosts_->index(visible_controls(std::string(name)))
+            : hosts_->index(name);
     // A name is checked once, when the table first takes it, and as it
     // will be folded: an escape such as "\x01" adds digits.
     if (hosts_->size() != known) {

@@ -54,6 +54,13 @@ class InputError : public std::runtime_error {
 // line and cannot drive the terminal.
 std::string one_line(std::string_view text);
 
+// may_hold_controls()
+//
+// Whether `text` has a byte that visible_controls() may escape: one below
+// 0x20, DEL, or 0xc2, the UTF-8 lead byte of U+0080..U+009F. A quick look
+// over every byte, for text that is almost always clean.
+bool may_hold_controls(std::string_view text);
+
 // visible_controls()
 //
 // `text` with every control character but line feed and tab written as an

@@ -59,6 +59,25 @@ TEST(VisibleControls, KeepsLineFeedAndTab) {
   }
 }
 
+TEST(MayHoldControls, FindsEachEscapableByteWherever) {
+  // Every position of texts long enough for the compiler's vector loop
+  // and its tail: each byte below 0x20, DEL and the lead byte 0xc2.
+  std::string const clean(70, 'x');
+  EXPECT_FALSE(may_hold_controls(clean));
+  EXPECT_FALSE(may_hold_controls(""));
+  // Bytes at and above 0x80 other than 0xc2 are not controls.
+  EXPECT_FALSE(may_hold_controls("\xC3\xA9 \x80\xC1\xC3\xFF ~"));
+  for (int byte : {0x00, 0x09, 0x0a, 0x1b, 0x1f, 0x7f, 0xc2}) {
+    for (std::size_t at = 0; at < clean.size(); ++at) {
+      std::string text = clean;
+      text[at] = static_cast<char>(byte);
+      EXPECT_TRUE(may_hold_controls(text)) << byte << " at " << at;
+    }
+  }
+  EXPECT_FALSE(may_hold_controls(" "));  // 0x20 is the first text byte
+  EXPECT_FALSE(may_hold_controls("~"));  // 0x7e
+}
+
 }  // namespace
 }  // namespace cli
 }  // namespace vesk
