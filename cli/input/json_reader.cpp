@@ -98,17 +98,21 @@ void blank_byte_order_mark(char* bytes, std::size_t size) {
   }
 }
 
-JsonReader::PathScope::PathScope(std::string& path, std::string_view key)
-    : path_(path), size_(path.size()) {
-  if (!path.empty()) path += '.';
-  path += key;
+JsonReader::PathScope::PathScope(std::string* path, std::string_view key)
+    : path_(path) {
+  if (path == nullptr) return;
+  size_ = path->size();
+  if (!path->empty()) *path += '.';
+  *path += key;
 }
 
-JsonReader::PathScope::PathScope(std::string& path, std::size_t index)
-    : path_(path), size_(path.size()) {
-  path += '[';
-  path += std::to_string(index);
-  path += ']';
+JsonReader::PathScope::PathScope(std::string* path, std::size_t index)
+    : path_(path) {
+  if (path == nullptr) return;
+  size_ = path->size();
+  *path += '[';
+  *path += std::to_string(index);
+  *path += ']';
 }
 
 JsonReader::JsonReader(std::string_view text, std::string const& label,
@@ -204,14 +208,15 @@ void JsonReader::finish() {
 
 bool JsonReader::KeySet::insert(std::string_view key) {
   if (many_.empty()) {
-    if (std::find(few_.begin(), few_.end(), key) != few_.end()) return false;
-    if (few_.size() < kListed) {
-      few_.emplace_back(key);
+    auto const listed = few_.begin() + static_cast<std::ptrdiff_t>(listed_);
+    if (std::find(few_.begin(), listed, key) != listed) return false;
+    if (listed_ < kListed) {
+      few_[listed_++] = key;
       return true;
     }
     many_.insert(few_.begin(), few_.end());
   }
-  return many_.emplace(key).second;
+  return many_.insert(key).second;
 }
 
 void JsonReader::fail(std::string const& what) const {

@@ -36,6 +36,7 @@
 #ifndef VESK_CLI_INPUT_JSON_READER_HPP_
 #define VESK_CLI_INPUT_JSON_READER_HPP_
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <ostream>
@@ -110,6 +111,13 @@ class JsonReader {
   // The key path of the value being read ("" at the top).
   std::string const& path() const { return path_; }
 
+  // leave_paths_out()
+  //
+  // Stops keeping the key path up to date, for a reader whose errors and
+  // warnings are never shown (a slice of a document, which any problem
+  // abandons). path() stays "" and errors name positions.
+  void leave_paths_out() { tracking_path_ = false; }
+
   // fail()
   //
   // Throws InputError{path() or, at the top, the position, what}.
@@ -181,7 +189,7 @@ class JsonReader {
     simdjson::ondemand::array array = get_array(value, what);
     std::size_t index = 0;
     for (auto element : array) {
-      PathScope scope(path_, index++);
+      PathScope scope(tracked_path(), index++);
       if (index % 4096 == 0) release_read_part();
       simdjson::ondemand::value item;
       if (simdjson::error_code e = std::move(element).get(item)) {
@@ -222,7 +230,7 @@ class JsonReader {
       // are made visible.
       bool const first = seen.insert(key);
       std::string const key_text = visible_controls(std::string(key));
-      PathScope scope(path_, key_text);
+      PathScope scope(tracked_path(), key_text);
       if (!first) {
         fail("expected each key once in an object, found \"" + key_text +
              "\" again");
@@ -232,22 +240,29 @@ class JsonReader {
   }
 
  private:
-  // Appends a key or an index to the path for the lifetime of the scope.
+  // Appends a key or an index to the path for the lifetime of the scope;
+  // does nothing for a null path.
   class PathScope {
    public:
-    PathScope(std::string& path, std::string_view key);
-    PathScope(std::string& path, std::size_t index);
-    ~PathScope() { path_.resize(size_); }
+    PathScope(std::string* path, std::string_view key);
+    PathScope(std::string* path, std::size_t index);
+    ~PathScope() {
+      if (path_ != nullptr) path_->resize(size_);
+    }
     PathScope(PathScope const&) = delete;
     PathScope& operator=(PathScope const&) = delete;
 
    private:
-    std::string& path_;
-    std::size_t size_;
+    std::string* path_;
+    std::size_t size_ = 0;
   };
 
-  // The keys met in one object. Most objects have a few keys, compared
-  // in a list; an object with many keys gets a hash set.
+  std::string* tracked_path() { return tracking_path_ ? &path_ : nullptr; }
+
+  // The keys met in one object, as views of their decoded text (which the
+  // parser keeps until it reads another document). Most objects have a few
+  // keys, compared in a list held in place; an object with many keys gets
+  // a hash set.
   class KeySet {
    public:
     // False when `key` was there already.
@@ -255,8 +270,9 @@ class JsonReader {
 
    private:
     static constexpr std::size_t kListed = 16;
-    std::vector<std::string> few_;
-    std::unordered_set<std::string> many_;
+    std::array<std::string_view, kListed> few_;
+    std::size_t listed_ = 0;
+    std::unordered_set<std::string_view> many_;
   };
 
   std::string position(std::size_t offset) const;
@@ -276,6 +292,7 @@ class JsonReader {
   mutable simdjson::ondemand::document doc_;
   bool walking_ = false;  // doc_ is the input being walked
   std::string path_;
+  bool tracking_path_ = true;
   std::size_t warnings_ = 0;  // warnings met, written or not
   // Where strings are decoded before they are copied out (most are short).
   std::string scratch_;

@@ -147,6 +147,7 @@ void ArraySlices::load_slice(Slice const& slice, std::int64_t first_sequence,
   std::ostringstream warnings;
   JsonReader json(std::string_view(buffer.data(), length), label, warnings,
                   false);
+  json.leave_paths_out();  // its errors are never shown
   ondemand::object root = json.open(
       simdjson::padded_string_view(buffer.data(), length, buffer.size()));
   json.for_each_member(root, [&](std::string const&, ondemand::value array) {

@@ -203,6 +203,36 @@ TEST(JsonReader, KeyMetTwiceInAnObjectIsRefused) {
   EXPECT_EQ(walk(many + "\"k100\": 1}", ignore), "");
 }
 
+TEST(JsonReader, LeftOutPathsNamePositionsInstead) {
+  std::string const text = R"({"a": [{"b": 1}, {"b": "x"}]})";
+  simdjson::padded_string bytes(text);
+  std::string const label = "doc";
+  std::ostringstream warn;
+  JsonReader json(std::string_view(bytes.data(), bytes.size()), label, warn,
+                  false);
+  json.leave_paths_out();
+  std::string error;
+  std::vector<std::string> paths;
+  try {
+    ondemand::object root = json.open(bytes);
+    json.for_each_member(root, [&](std::string const&, ondemand::value value) {
+      json.for_each_element(value, "an array", [&](ondemand::value item) {
+        json.for_each_member(item, "an object",
+                             [&](std::string const&, ondemand::value member) {
+                               paths.push_back(json.path());
+                               (void)json.get_int32(member);
+                             });
+      });
+    });
+  } catch (InputError const& e) {
+    error = e.place + ": " + e.what();
+  }
+  EXPECT_EQ(paths, (std::vector<std::string>{"", ""}));
+  // With no path, the error names the place of the value read: the "x"
+  // of the second "b", line 1, column 24.
+  EXPECT_EQ(error, "1:24: expected an integer from -2147483648 to 2147483647");
+}
+
 TEST(JsonReader, WarningsStopAfterTwentyLines) {
   auto const ignore = [](JsonReader& json, std::string const&,
                          ondemand::value value) { json.unknown_key(value); };
