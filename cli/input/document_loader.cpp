@@ -10,9 +10,12 @@
 #include "cli/input/document_loader.hpp"
 
 #include <cstdint>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <sstream>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -67,6 +70,7 @@ class DocumentLoader {
   std::vector<DefinitionRecord> definitions_;
   std::vector<std::shared_ptr<Fwd>> fwds_;
   std::int64_t sequence_ = 0;
+  std::vector<std::string> names_;  // one result's node names, reused
 };
 
 void DocumentLoader::load(simdjson::padded_string_view bytes) {
@@ -170,36 +174,45 @@ void DocumentLoader::load_node(ondemand::value value) {
 
 std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
     ondemand::value value) {
+  using namespace std::string_view_literals;
   auto output = std::make_shared<AnalysisOutput>();
   output->sequence = sequence_++;
   bool has_id = false;
   bool has_severity = false;
   json_.for_each_member(
       value, "a result object",
-      [&](std::string const& key, ondemand::value member) {
-        if (key == "id") {
+      [&](std::string const& key_text, ondemand::value member) {
+        // Compared as views: a key of another length is told apart without
+        // looking at its bytes (this runs for every key of every result).
+        std::string_view const key = key_text;
+        if (key == "id"sv) {
           output->id = json_.get_string(member);
           has_id = true;
-        } else if (key == "message") {
+        } else if (key == "message"sv) {
           output->message = json_.get_string(member);
-        } else if (key == "remedy") {
+        } else if (key == "remedy"sv) {
           output->remedy = json_.get_string(member);
-        } else if (key == "severity") {
+        } else if (key == "severity"sv) {
           output->severity = json_.get_int32(member);
           has_severity = true;
           if (output->severity < 0 || output->severity > 100) {
             json_.warn("severity " + std::to_string(output->severity) +
                        " is outside 0..100; kept as given");
           }
-        } else if (key == "nodes") {
-          json_.for_each_element(
-              member, "an array of host names", [&](ondemand::value item) {
-                output->nodes.push_back(json_.get_string(item));
-                check_host(output->nodes.back());
-              });
-        } else if (key == "suppressed") {
+        } else if (key == "nodes"sv) {
+          // Gathered first, so the result's list is allocated once, at its
+          // size.
+          names_.clear();
+          json_.for_each_element(member, "an array of host names",
+                                 [&](ondemand::value item) {
+                                   names_.push_back(json_.get_string(item));
+                                   check_host(names_.back());
+                                 });
+          output->nodes.assign(std::make_move_iterator(names_.begin()),
+                               std::make_move_iterator(names_.end()));
+        } else if (key == "suppressed"sv) {
           output->suppressed = json_.get_bool(member);
-        } else if (key == "row_ids") {
+        } else if (key == "row_ids"sv) {
           json_.for_each_element(
               member, "an array of row ids", [&](ondemand::value item) {
                 output->row_ids.insert(json_.get_int32(item));
