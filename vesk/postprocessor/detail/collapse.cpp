@@ -8,9 +8,9 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
+#include "vesk/common/detail/view_set.hpp"
 #include "vesk/common/group_key.hpp"
 #include "vesk/postprocessor/detail/finding_key.hpp"
 
@@ -22,7 +22,8 @@ using postprocessor::DIAGNOSIS;
 
 // Inserts node names into data.affected_nodes, remembering which names this
 // call has already inserted so that a repeated name costs one hash lookup
-// instead of a walk down the ordered set.
+// instead of a walk down the ordered set. The names seen are views of the
+// outputs' own names, which outlive the call.
 class NodeGatherer {
  public:
   explicit NodeGatherer(postprocessor::PostprocessorExtensionData& data)
@@ -33,15 +34,13 @@ class NodeGatherer {
       data_.affected_nodes = std::make_shared<std::set<std::string>>();
     }
     for (auto const& name : nodes) {
-      if (seen_.count(name) != 0) continue;
-      auto inserted = data_.affected_nodes->insert(name);
-      seen_.insert(*inserted.first);
+      if (seen_.insert(name)) data_.affected_nodes->insert(name);
     }
   }
 
  private:
   postprocessor::PostprocessorExtensionData& data_;
-  std::unordered_set<std::string_view> seen_;  // views into affected_nodes
+  ViewSet seen_;
 };
 
 // The collapsing loop over `count` outputs: raw(k) is the k-th output or
@@ -59,19 +58,23 @@ void collapse_selected(std::size_t count, Raw raw, Shared shared,
   bool indexed = false;
   std::size_t retyped = 0;  // records [0, retyped) already carry `type`
   NodeGatherer nodes(data);
-  constexpr std::size_t kRecordAhead = 16;
-  constexpr std::size_t kFieldsAhead = 8;
+  constexpr std::size_t kRecordAhead = 32;
+  constexpr std::size_t kFieldsAhead = 16;
 
   for (std::size_t k = 0; k < count; ++k) {
     if (k + kRecordAhead < count) {
       if (AnalysisOutput const* ahead = raw(k + kRecordAhead)) {
-        __builtin_prefetch(ahead);
-        __builtin_prefetch(&ahead->severity);
+        __builtin_prefetch(&ahead->id);
+        __builtin_prefetch(&ahead->nodes);
+        __builtin_prefetch(&ahead->suppressed);
       }
     }
     if (k + kFieldsAhead < count) {
       if (AnalysisOutput const* ahead = raw(k + kFieldsAhead)) {
         __builtin_prefetch(ahead->message.data());
+        if (ahead->message.size() > 64) {
+          __builtin_prefetch(ahead->message.data() + 64);
+        }
         __builtin_prefetch(ahead->id.data());
         __builtin_prefetch(ahead->nodes.data());
       }
