@@ -195,6 +195,19 @@ TEST(PrintOutput, GroupWithSeveralNamesPrintsTuples) {
             "1. a (appears on 3 nodes)\n   Nodes: (n1, n2), (n3)\n");
 }
 
+TEST(PrintOutput, TuplesSkipEmptyAndNullResultsButKeepTheirPlaces) {
+  // Tuples follow the positions of the raw results: an empty or null
+  // result writes nothing, and a tuple is followed by ", " unless its
+  // result is the last one, so a list ending in an empty result leaves a
+  // trailing ", ".
+  PostprocessorExtensionData data;
+  auto output = collapsed({raw("a", {"n1"}), nullptr, raw("a", {"n2", "n3"}),
+                           raw("a", {}), raw("a", {"n4"}), raw("a", {})});
+  EXPECT_EQ(print(output, data),
+            "1. a (appears on 4 nodes)\n"
+            "   Nodes: (n1), (n2, n3), (n4), \n");
+}
+
 TEST(PrintOutput, EmptyGroupStillPrintsNodesLine) {
   PostprocessorExtensionData data;
   EXPECT_EQ(print(collapsed({raw("a", {})}), data),

@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "vesk/postprocessor/detail/report_text.hpp"
 #include "vesk/tokenized_host/tokenized_host.hpp"
 
 namespace vesk {
@@ -39,17 +40,8 @@ std::string UtilityFunctions::get_node_string(
   // the next entries write anything; an empty last entry therefore leaves a
   // trailing ", ". Callers rely on the text as it is.
   std::string text;
-  for (std::size_t i = 0; i < node_groups.size(); ++i) {
-    auto const& group = node_groups[i];
-    if (group.empty()) continue;
-    text += '(';
-    for (std::size_t j = 0; j < group.size(); ++j) {
-      if (j > 0) text += ", ";
-      text += group[j];
-    }
-    text += ')';
-    if (i + 1 != node_groups.size()) text += ", ";
-  }
+  detail::append_node_tuples(text, node_groups.size(),
+                             [&](std::size_t i) { return &node_groups[i]; });
   return text;
 }
 

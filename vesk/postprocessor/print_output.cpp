@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <set>
@@ -20,8 +19,10 @@
 #include <utility>
 #include <vector>
 
+#include "vesk/common/detail/view_set.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
+#include "vesk/postprocessor/detail/report_text.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 #include "vesk/tokenized_host/tokenized_host.hpp"
 
@@ -70,23 +71,10 @@ void collect_ids(std::set<CollapsedAnalysisOutput::Ptr> const& outputs,
 // Moves the first view of each distinct name to the front of `names`, in
 // the order the names are first met, and returns how many there are.
 std::size_t keep_first_of_each(std::vector<std::string_view>& names) {
-  if (names.size() < 2) return names.size();
-  std::size_t slots = 4;
-  while (slots < names.size() * 2) slots *= 2;
-  std::size_t const mask = slots - 1;
-  constexpr std::size_t kEmpty = std::numeric_limits<std::size_t>::max();
-  std::vector<std::size_t> table(slots, kEmpty);  // positions of kept names
-  std::hash<std::string_view> const hash;
+  detail::ViewSet seen(names.size());
   std::size_t kept = 0;
-  for (std::size_t i = 0; i < names.size(); ++i) {
-    std::string_view const name = names[i];
-    std::size_t slot = hash(name) & mask;
-    while (table[slot] != kEmpty && names[table[slot]] != name) {
-      slot = (slot + 1) & mask;
-    }
-    if (table[slot] != kEmpty) continue;
-    table[slot] = kept;
-    names[kept++] = name;
+  for (std::string_view const name : names) {
+    if (seen.insert(name)) names[kept++] = name;
   }
   return kept;
 }
@@ -126,10 +114,8 @@ void UtilityFunctions::PrintOutput(
       std::string(static_cast<std::size_t>(std::int64_t{number_width} + 2),
                   ' ');
 
-  // The distinct names, in the order they are first met, counted over
-  // views of the names: a table of positions into `names`, sized to at
-  // least twice their number and probed linearly, instead of a sort of
-  // every view.
+  // The distinct names, in the order they are first met, counted through
+  // a hash set of views rather than by sorting every view.
   std::size_t const node_count = keep_first_of_each(names);
 
   // Signed 64-bit difference used as an unsigned length: a width below the
@@ -160,12 +146,15 @@ void UtilityFunctions::PrintOutput(
   if (!output->outputs.empty()) {
     buffer << indent << "Nodes: ";
     if (any_tuple) {
-      std::vector<std::vector<std::string>> node_groups;
-      node_groups.reserve(output->outputs.size());
-      for (std::shared_ptr<AnalysisOutput> const& raw : output->outputs) {
-        node_groups.push_back(raw ? raw->nodes : std::vector<std::string>());
-      }
-      buffer << get_node_string(std::move(node_groups));
+      // get_node_string's tuples, written from the raw results themselves
+      // rather than from a copy of every node list.
+      std::string tuples;
+      detail::append_node_tuples(
+          tuples, raws.size(),
+          [&](std::size_t i) -> std::vector<std::string> const* {
+            return raws[i] ? &raws[i]->nodes : nullptr;
+          });
+      buffer << tuples;
     } else if (name_total == 1) {
       buffer << names.front();  // a lone name as given
     } else if (name_total > 1) {
