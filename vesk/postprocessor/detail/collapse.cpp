@@ -4,11 +4,13 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "vesk/common/detail/view_set.hpp"
 #include "vesk/common/group_key.hpp"
@@ -47,6 +49,12 @@ class NodeGatherer {
 // null, shared(k) its shared pointer. The outputs live apart on the heap, so
 // the loop asks for each one's lines a few outputs ahead: the record first,
 // then, once it is there, its message and node list.
+//
+// It runs in two passes. The first finds each output's record (creating
+// the new ones) and does everything else; the second appends the outputs
+// to their records, record by record, in their order. Appending as they
+// come would write into thousands of places at once, and the reference
+// count raised by each copy waits for that write to land.
 template <class Raw, class Shared>
 void collapse_selected(std::size_t count, Raw raw, Shared shared,
                        CollapsedList& collapsed,
@@ -60,6 +68,9 @@ void collapse_selected(std::size_t count, Raw raw, Shared shared,
   NodeGatherer nodes(data);
   constexpr std::size_t kRecordAhead = 32;
   constexpr std::size_t kFieldsAhead = 16;
+  constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+  // The record that each output joins, or kNone.
+  std::vector<std::size_t> joins(count, kNone);
 
   for (std::size_t k = 0; k < count; ++k) {
     if (k + kRecordAhead < count) {
@@ -102,18 +113,49 @@ void collapse_selected(std::size_t count, Raw raw, Shared shared,
         if (collapsed[retyped]) collapsed[retyped]->type = type;
       }
       if (match != first_with_key.end()) {
-        collapsed[match->second]->outputs.push_back(shared(k));
+        joins[k] = match->second;
       } else {
-        CollapsedAnalysisOutput record;
-        record.outputs.push_back(shared(k));
-        record.type = type;
-        collapsed.push_back(
-            std::make_shared<CollapsedAnalysisOutput>(std::move(record)));
-        first_with_key.emplace(finding_key(*output), collapsed.size() - 1);
+        // Its first output is added in the second pass; until then the
+        // record is found through this key only.
+        auto record = std::make_shared<CollapsedAnalysisOutput>();
+        record->type = type;
+        collapsed.push_back(std::move(record));
+        joins[k] = collapsed.size() - 1;
+        first_with_key.emplace(finding_key(*output), joins[k]);
         retyped = collapsed.size();
       }
     }
     nodes.gather(output->nodes);
+  }
+
+  // The outputs grouped by record, each group in output order.
+  std::vector<std::size_t> start(collapsed.size() + 1, 0);
+  for (std::size_t const record : joins) {
+    if (record != kNone) ++start[record + 1];
+  }
+  for (std::size_t r = 0; r < collapsed.size(); ++r) start[r + 1] += start[r];
+  std::vector<std::size_t> order(start.back());
+  {
+    std::vector<std::size_t> next(start.begin(), start.end() - 1);
+    for (std::size_t k = 0; k < count; ++k) {
+      if (joins[k] != kNone) order[next[joins[k]]++] = k;
+    }
+  }
+  for (std::size_t r = 0; r < collapsed.size(); ++r) {
+    if (start[r] == start[r + 1]) continue;
+    auto& outputs = collapsed[r]->outputs;
+    outputs.reserve(outputs.size() + (start[r + 1] - start[r]));
+    for (std::size_t i = start[r]; i < start[r + 1]; ++i) {
+      if (i + kFieldsAhead < order.size()) {
+        // The reference count that the copy raises: for an output made by
+        // std::make_shared it lies just before the output. Elsewhere this
+        // asks for a line in vain, which costs little (and never faults).
+        auto const ahead =
+            reinterpret_cast<std::uintptr_t>(raw(order[i + kFieldsAhead]));
+        __builtin_prefetch(reinterpret_cast<void const*>(ahead - 8), 1);
+      }
+      outputs.push_back(shared(order[i]));
+    }
   }
 }
 
