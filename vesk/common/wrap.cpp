@@ -7,6 +7,7 @@
 
 #include "vesk/common/str.hpp"
 
+#include <array>
 #include <cstddef>
 #include <string_view>
 
@@ -42,7 +43,16 @@ class LineWrapper {
         indent_(indent),
         indent_columns_(count_code_points(indent)),
         breaks_(breaks),
-        out_(out) {}
+        out_(out) {
+    // The bytes that end a plain ASCII run inside a piece: blanks, a
+    // breaking comma, and the lead bytes of longer code points.
+    for (int byte = 0; byte < 256; ++byte) {
+      auto const c = static_cast<char>(byte);
+      stops_[static_cast<std::size_t>(byte)] = byte >= 0x80 ||
+                                               is_blank(c, breaks) ||
+                                               (breaks.after_comma && c == ',');
+    }
+  }
 
   void wrap(std::string_view line) {
     column_ = 0;
@@ -53,6 +63,7 @@ class LineWrapper {
     while (i < line.size() && is_blank(line[i], breaks_)) ++i;
     if (i == line.size()) {
       add_trailing(line);
+      flush();
       return;
     }
     std::size_t piece_begin = 0;
@@ -61,7 +72,15 @@ class LineWrapper {
       // The piece runs to the next blank or just past the next ','; the
       // leading blanks of the first piece count one column each.
       std::size_t columns = i - piece_begin;
-      while (i < line.size() && !is_blank(line[i], breaks_)) {
+      while (i < line.size()) {
+        // A run of ASCII bytes that neither break nor end the piece.
+        std::size_t const run_begin = i;
+        while (i < line.size() &&
+               !stops_[static_cast<unsigned char>(line[i])]) {
+          ++i;
+        }
+        columns += i - run_begin;
+        if (i == line.size() || is_blank(line[i], breaks_)) break;
         bool const comma = line[i] == ',';
         i += code_point_size(line, i);
         ++columns;
@@ -75,13 +94,32 @@ class LineWrapper {
       piece_begin = i;
     }
     add_trailing(separator);
+    flush();
   }
 
  private:
   // Room left on the current line, in columns.
   std::size_t room() const { return column_ < width_ ? width_ - column_ : 0; }
 
+  // Input text that goes out as it is. Consecutive pieces of one line are
+  // held as one run of the input and appended at once.
+  void keep(std::string_view text) {
+    if (pending_.data() + pending_.size() == text.data()) {
+      pending_ =
+          std::string_view(pending_.data(), pending_.size() + text.size());
+      return;
+    }
+    flush();
+    pending_ = text;
+  }
+
+  void flush() {
+    out_ += pending_;
+    pending_ = std::string_view();
+  }
+
   void start_continuation_line() {
+    flush();
     out_ += '\n';
     out_ += indent_;
     column_ = indent_columns_;
@@ -95,8 +133,8 @@ class LineWrapper {
                  std::size_t columns) {
     if (holds_piece_) {
       if (separator.size() + columns <= room()) {
-        out_ += separator;
-        out_ += piece;
+        keep(separator);
+        keep(piece);
         column_ += separator.size() + columns;
         return;
       }
@@ -111,14 +149,14 @@ class LineWrapper {
       for (std::size_t k = 0; k < take; ++k) {
         bytes += code_point_size(piece, bytes);
       }
-      out_ += piece.substr(0, bytes);
+      keep(piece.substr(0, bytes));
       piece.remove_prefix(bytes);
       columns -= take;
       column_ += take;
       if (columns == 0) break;
       start_continuation_line();
     }
-    out_ += piece;
+    keep(piece);
     column_ += columns;
     holds_piece_ = true;
   }
@@ -126,7 +164,7 @@ class LineWrapper {
   // Blanks at the end of the input line stay when they fit.
   void add_trailing(std::string_view blanks) {
     if (blanks.size() <= room()) {
-      out_ += blanks;
+      keep(blanks);
       column_ += blanks.size();
     }
   }
@@ -138,6 +176,8 @@ class LineWrapper {
   std::string& out_;
   std::size_t column_ = 0;    // columns on the current output line
   bool holds_piece_ = false;  // the current output line holds a piece
+  std::array<bool, 256> stops_{};
+  std::string_view pending_;  // input not yet appended (see keep())
 };
 
 std::string wrap(std::string const& text, int width, std::string const& indent,
