@@ -71,18 +71,6 @@ std::string one_line(std::string_view text) {
   return escape_controls(text, false);
 }
 
-bool may_hold_controls(std::string_view text) {
-  // No early exit: a loop without one is compiled to vector compares.
-  unsigned found = 0;
-  for (char const c : text) {
-    auto const byte = static_cast<unsigned char>(c);
-    found |= static_cast<unsigned>(byte < 0x20) |
-             static_cast<unsigned>(byte == 0x7f) |
-             static_cast<unsigned>(byte == 0xc2);
-  }
-  return found != 0;
-}
-
 std::string visible_controls(std::string text) {
   // Most text holds no control character but line feeds and tabs; it is
   // only looked at and handed back, not copied.
