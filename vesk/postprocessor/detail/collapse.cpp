@@ -153,6 +153,13 @@ void collapse_selected(std::size_t count, Raw raw, Shared shared,
         auto const ahead =
             reinterpret_cast<std::uintptr_t>(raw(order[i + kFieldsAhead]));
         __builtin_prefetch(reinterpret_cast<void const*>(ahead - 8), 1);
+        // And the list's fresh memory, a few lines ahead of the writes.
+        auto const end =
+            reinterpret_cast<std::uintptr_t>(outputs.data() + outputs.size());
+        __builtin_prefetch(
+            reinterpret_cast<void const*>(
+                end + kFieldsAhead * sizeof(std::shared_ptr<AnalysisOutput>)),
+            1);
       }
       outputs.push_back(shared(order[i]));
     }
