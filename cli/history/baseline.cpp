@@ -88,7 +88,7 @@ class BaselineReader {
     bool has_nodes = false;
     bool has_issues = false;
     json_.for_each_member(
-        root, [&](std::string const& key, ondemand::value value) {
+        root, [&](std::string const& key, ondemand::value& value) {
           if (key == "schema_version") {
             baseline.schema_version = json_.get_string(value);
             check_version(baseline.schema_version, json_.path());
@@ -122,7 +122,7 @@ class BaselineReader {
   bool version_seen() const { return version_seen_; }
 
  private:
-  std::string get_time(ondemand::value value) {
+  std::string get_time(ondemand::value& value) {
     std::string text = json_.get_string(value);
     if (!is_report_time(text)) {
       json_.fail("expected a UTC time \"YYYY-MM-DDTHH:MM:SSZ\", found \"" +
@@ -131,10 +131,10 @@ class BaselineReader {
     return text;
   }
 
-  void read_nodes(ondemand::value value, Baseline& baseline) {
+  void read_nodes(ondemand::value& value, Baseline& baseline) {
     bool has_with_issues = false;
     json_.for_each_member(
-        value, "an object", [&](std::string const& key, ondemand::value item) {
+        value, "an object", [&](std::string const& key, ondemand::value& item) {
           if (key == "with_issues") {
             json_.for_each_element(
                 item, "an array of strings", [&](ondemand::value name) {
@@ -151,7 +151,7 @@ class BaselineReader {
     sort_unique(baseline.nodes_with_issues);
   }
 
-  BaselineIssue read_issue(ondemand::value value) {
+  BaselineIssue read_issue(ondemand::value& value) {
     BaselineIssue issue;
     bool has_kind = false;
     bool has_id = false;
@@ -159,7 +159,7 @@ class BaselineReader {
     bool has_nodes = false;
     json_.for_each_member(
         value, "an issue object",
-        [&](std::string const& key, ondemand::value item) {
+        [&](std::string const& key, ondemand::value& item) {
           if (key == "kind") {
             std::string const name = json_.get_string(item);
             std::optional<IssueKind> kind = kind_of(name);
@@ -179,7 +179,7 @@ class BaselineReader {
             has_message = true;
           } else if (key == "nodes") {
             json_.for_each_element(
-                item, "an array of node lists", [&](ondemand::value group) {
+                item, "an array of node lists", [&](ondemand::value& group) {
                   json_.for_each_element(group, "an array of strings",
                                          [&](ondemand::value name) {
                                            issue.nodes.push_back(host(name));
@@ -206,7 +206,7 @@ class BaselineReader {
   // names come again and again, so a name is decoded into the parser's own
   // buffer and only looked up; the reader's own copy, with its control
   // characters made visible, is made only for a name that has one.
-  std::uint32_t host(ondemand::value value) {
+  std::uint32_t host(ondemand::value& value) {
     std::string_view name;
     if (simdjson::error_code e = value.get_string().get(name)) {
       json_.fail_json(e, "a string");
@@ -226,17 +226,17 @@ class BaselineReader {
   }
 
   // A host name outside the issues: nodes with issues, node histories.
-  std::string host_name(ondemand::value value) {
+  std::string host_name(ondemand::value& value) {
     std::string name = json_.get_string(value);
     if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
     return name;
   }
 
-  void read_history(ondemand::value value, Baseline& baseline) {
+  void read_history(ondemand::value& value, Baseline& baseline) {
     bool has_count = false;
     bool has_nodes = false;
     json_.for_each_member(
-        value, "an object", [&](std::string const& key, ondemand::value item) {
+        value, "an object", [&](std::string const& key, ondemand::value& item) {
           if (key == "run_count") {
             std::int32_t const count = json_.get_int32(item);
             if (count < 1 || count > NodeHistory::kMaxRuns) {
@@ -271,12 +271,12 @@ class BaselineReader {
     }
   }
 
-  BaselineNode read_node_history(ondemand::value value) {
+  BaselineNode read_node_history(ondemand::value& value) {
     BaselineNode node;
     bool has_node = false;
     bool has_runs = false;
     json_.for_each_member(value, "a node history object",
-                          [&](std::string const& key, ondemand::value item) {
+                          [&](std::string const& key, ondemand::value& item) {
                             if (key == "node") {
                               node.node = host_name(item);
                               has_node = true;

@@ -124,14 +124,14 @@ class AlertmanagerImporter {
  private:
   // An alert, or a group of alerts: the members are read into an alert
   // and, when "alerts" comes, its alerts are read as well.
-  void read_element(JsonReader& json, ondemand::value value,
+  void read_element(JsonReader& json, ondemand::value& value,
                     std::string const& place) {
     Alert alert;
     alert.place = place;
     bool group = false;
     json.for_each_member(
         value, "an alert or an alert group object",
-        [&](std::string const& key, ondemand::value member) {
+        [&](std::string const& key, ondemand::value& member) {
           if (key == "alerts") {
             group = true;
             std::size_t index = 0;
@@ -148,12 +148,12 @@ class AlertmanagerImporter {
     if (!group) keep(std::move(alert));
   }
 
-  void read_alert(JsonReader& json, ondemand::value value,
+  void read_alert(JsonReader& json, ondemand::value& value,
                   std::string const& place) {
     Alert alert;
     alert.place = place;
     json.for_each_member(value, "an alert object",
-                         [&](std::string const& key, ondemand::value member) {
+                         [&](std::string const& key, ondemand::value& member) {
                            read_member(json, key, member, alert);
                          });
     keep(std::move(alert));

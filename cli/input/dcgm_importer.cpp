@@ -93,7 +93,7 @@ class DcgmImporter {
     row_ = 0;
     bool known = false;
     json.for_each_member(
-        root, [&](std::string const& key, ondemand::value value) {
+        root, [&](std::string const& key, ondemand::value& value) {
           if (key == "DCGM GPU Diagnostic" || key == "DCGM Diagnostic") {
             known = true;
             read_diagnostic(json, value);
@@ -109,10 +109,10 @@ class DcgmImporter {
     json.finish();
   }
 
-  void read_diagnostic(JsonReader& json, ondemand::value value) {
+  void read_diagnostic(JsonReader& json, ondemand::value& value) {
     json.for_each_member(
         value, "a diagnostic object",
-        [&](std::string const& key, ondemand::value member) {
+        [&](std::string const& key, ondemand::value& member) {
           if (key != "test_categories") {
             json.check_value(member);
             return;
@@ -143,11 +143,11 @@ class DcgmImporter {
     std::int32_t row = 0;
   };
 
-  void read_test(JsonReader& json, ondemand::value value) {
+  void read_test(JsonReader& json, ondemand::value& value) {
     std::string name;
     std::vector<Result> results;
     json.for_each_member(value, "a test object",
-                         [&](std::string const& key, ondemand::value member) {
+                         [&](std::string const& key, ondemand::value& member) {
                            if (key == "name") {
                              name = json.get_string(member);
                            } else if (key == "results") {
@@ -184,7 +184,7 @@ class DcgmImporter {
   }
 
   // A warning: text, or an object holding it.
-  std::string read_text(JsonReader& json, ondemand::value value) {
+  std::string read_text(JsonReader& json, ondemand::value& value) {
     ondemand::json_type type;
     if (error_code e = value.type().get(type)) {
       json.fail_json(e, "a warning");
@@ -193,7 +193,7 @@ class DcgmImporter {
     std::string text;
     json.for_each_member(
         value, "a warning text or object",
-        [&](std::string const& key, ondemand::value member) {
+        [&](std::string const& key, ondemand::value& member) {
           if (key == "warning" || key == "msg" || key == "message") {
             text = json.get_string(member);
           } else {
@@ -203,13 +203,13 @@ class DcgmImporter {
     return text;
   }
 
-  Result read_result(JsonReader& json, ondemand::value value) {
+  Result read_result(JsonReader& json, ondemand::value& value) {
     Result result;
     result.row = ++row_;
     std::string group = "GPU";
     json.for_each_member(
         value, "a result object",
-        [&](std::string const& key, ondemand::value member) {
+        [&](std::string const& key, ondemand::value& member) {
           if (key == "status") {
             result.status = json.get_string(member);
           } else if (key == "gpu_ids" || key == "gpu_id" ||
@@ -227,7 +227,7 @@ class DcgmImporter {
             group = json.get_string(member);
           } else if (key == "warnings" || key == "errors") {
             json.for_each_element(member, "an array of warnings",
-                                  [&](ondemand::value item) {
+                                  [&](ondemand::value& item) {
                                     std::string text = read_text(json, item);
                                     if (!text.empty()) {
                                       result.texts.push_back(std::move(text));

@@ -49,16 +49,16 @@ class DocumentLoader {
   void load(simdjson::padded_string_view bytes);
   // The results of the array `value` onto `results`, numbered from
   // `first_sequence`.
-  void load_results(ondemand::value value, std::int64_t first_sequence,
+  void load_results(ondemand::value& value, std::int64_t first_sequence,
                     std::vector<std::shared_ptr<AnalysisOutput>>& results);
 
  private:
-  void load_node(ondemand::value value);
-  std::shared_ptr<AnalysisOutput> load_output(ondemand::value value);
-  void load_definition(ondemand::value value);
-  void load_string_lists(ondemand::value value,
+  void load_node(ondemand::value& value);
+  std::shared_ptr<AnalysisOutput> load_output(ondemand::value& value);
+  void load_definition(ondemand::value& value);
+  void load_string_lists(ondemand::value& value,
                          std::map<std::string, std::vector<std::string>>& map);
-  void load_nested_map(ondemand::value value);
+  void load_nested_map(ondemand::value& value);
   void check_host(std::string const& name) const;
 
   JsonReader& json_;
@@ -76,7 +76,7 @@ class DocumentLoader {
 void DocumentLoader::load(simdjson::padded_string_view bytes) {
   ondemand::object root = json_.open(bytes);
   json_.for_each_member(root, [&](std::string const& key,
-                                  ondemand::value value) {
+                                  ondemand::value& value) {
     if (key == "overall_pass") {
       config_.overall_pass = json_.get_bool(value);
     } else if (key == "severity_threshold") {
@@ -93,7 +93,7 @@ void DocumentLoader::load(simdjson::padded_string_view bytes) {
       config_.name_list = json_.get_strings(value);
     } else if (key == "nodes") {
       json_.for_each_element(value, "an array of nodes",
-                             [&](ondemand::value item) { load_node(item); });
+                             [&](ondemand::value& item) { load_node(item); });
     } else if (key == "diagnoses" || key == "observations" ||
                key == "secondary_observations") {
       auto& list = key == "diagnoses"      ? config_.diagnoses
@@ -113,7 +113,7 @@ void DocumentLoader::load(simdjson::padded_string_view bytes) {
     } else if (key == "framework_definitions") {
       json_.for_each_element(
           value, "an array of framework definitions",
-          [&](ondemand::value item) { load_definition(item); });
+          [&](ondemand::value& item) { load_definition(item); });
     } else {
       json_.unknown_key(value);
     }
@@ -124,17 +124,17 @@ void DocumentLoader::load(simdjson::padded_string_view bytes) {
 }
 
 void DocumentLoader::load_results(
-    ondemand::value value, std::int64_t first_sequence,
+    ondemand::value& value, std::int64_t first_sequence,
     std::vector<std::shared_ptr<AnalysisOutput>>& results) {
   sequence_ = first_sequence;
   json_.for_each_element(
       value, "an array of results",
-      [&](ondemand::value item) { results.push_back(load_output(item)); });
+      [&](ondemand::value& item) { results.push_back(load_output(item)); });
 }
 
 // A node: a plain host name, or an object with "hostname" (required),
 // "name" (default: the host name), "roles" and "groups".
-void DocumentLoader::load_node(ondemand::value value) {
+void DocumentLoader::load_node(ondemand::value& value) {
   Node node;
   ondemand::json_type type;
   if (error_code e = value.type().get(type)) {
@@ -148,7 +148,7 @@ void DocumentLoader::load_node(ondemand::value value) {
     bool has_hostname = false;
     bool has_name = false;
     json_.for_each_member(value, "a host name or a node object",
-                          [&](std::string const& key, ondemand::value member) {
+                          [&](std::string const& key, ondemand::value& member) {
                             if (key == "hostname") {
                               node.hostname = json_.get_string(member);
                               check_host(node.hostname);
@@ -173,7 +173,7 @@ void DocumentLoader::load_node(ondemand::value value) {
 }
 
 std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
-    ondemand::value value) {
+    ondemand::value& value) {
   using namespace std::string_view_literals;
   auto output = std::make_shared<AnalysisOutput>();
   output->sequence = sequence_++;
@@ -181,7 +181,7 @@ std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
   bool has_severity = false;
   json_.for_each_member(
       value, "a result object",
-      [&](std::string const& key_text, ondemand::value member) {
+      [&](std::string const& key_text, ondemand::value& member) {
         // Compared as views: a key of another length is told apart without
         // looking at its bytes (this runs for every key of every result).
         std::string_view const key = key_text;
@@ -204,7 +204,7 @@ std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
           // size.
           names_.clear();
           json_.for_each_element(member, "an array of host names",
-                                 [&](ondemand::value item) {
+                                 [&](ondemand::value& item) {
                                    names_.push_back(json_.get_string(item));
                                    check_host(names_.back());
                                  });
@@ -214,7 +214,7 @@ std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
           output->suppressed = json_.get_bool(member);
         } else if (key == "row_ids"sv) {
           json_.for_each_element(
-              member, "an array of row ids", [&](ondemand::value item) {
+              member, "an array of row ids", [&](ondemand::value& item) {
                 output->row_ids.insert(json_.get_int32(item));
               });
         } else {
@@ -226,7 +226,7 @@ std::shared_ptr<AnalysisOutput> DocumentLoader::load_output(
   return output;
 }
 
-void DocumentLoader::load_definition(ondemand::value value) {
+void DocumentLoader::load_definition(ondemand::value& value) {
   // The definition's place counts the definitions read so far, the same
   // as its key path (the key "framework_definitions" is met only once).
   DefinitionRecord record;
@@ -236,7 +236,7 @@ void DocumentLoader::load_definition(ondemand::value value) {
   bool has_name = false;
   json_.for_each_member(
       value, "a framework definition object",
-      [&](std::string const& key, ondemand::value member) {
+      [&](std::string const& key, ondemand::value& member) {
         if (key == "name") {
           fwd->name = json_.get_string(member);
           has_name = true;
@@ -276,15 +276,15 @@ void DocumentLoader::load_definition(ondemand::value value) {
 }
 
 void DocumentLoader::load_string_lists(
-    ondemand::value value,
+    ondemand::value& value,
     std::map<std::string, std::vector<std::string>>& map) {
   json_.for_each_member(value, "an object of string arrays",
-                        [&](std::string const& key, ondemand::value member) {
+                        [&](std::string const& key, ondemand::value& member) {
                           map[key] = json_.get_strings(member);
                         });
 }
 
-void DocumentLoader::load_nested_map(ondemand::value value) {
+void DocumentLoader::load_nested_map(ondemand::value& value) {
   json_.for_each_member(
       value, "an object of objects",
       [&](std::string const& outer, ondemand::value inner) {

@@ -300,12 +300,12 @@ void JsonReader::warn(std::string const& what) {
         << "\n";
 }
 
-void JsonReader::unknown_key(ondemand::value value) {
+void JsonReader::unknown_key(ondemand::value& value) {
   warn("unknown key ignored");
   check_value(value);
 }
 
-void JsonReader::check_value(ondemand::value value) {
+void JsonReader::check_value(ondemand::value& value) {
   if (doc_.current_depth() > kMaxNesting) {
     throw InputError(location(), "expected JSON nested at most " +
                                      std::to_string(kMaxNesting) +
@@ -316,13 +316,13 @@ void JsonReader::check_value(ondemand::value value) {
   switch (type) {
     case ondemand::json_type::object:
       for_each_member(value, "an object",
-                      [&](std::string const&, ondemand::value member) {
+                      [&](std::string const&, ondemand::value& member) {
                         check_value(member);
                       });
       return;
     case ondemand::json_type::array:
       for_each_element(value, "an array",
-                       [&](ondemand::value item) { check_value(item); });
+                       [&](ondemand::value& item) { check_value(item); });
       return;
     case ondemand::json_type::string:
       (void)get_string(value);
@@ -342,7 +342,7 @@ void JsonReader::check_value(ondemand::value value) {
   }
 }
 
-std::string JsonReader::get_string(ondemand::value value) {
+std::string JsonReader::get_string(ondemand::value& value) {
   // The token runs from the opening quote to the next structural
   // character, so it is at least as long as the string decoded; the
   // parser writes up to its padding past the end of what it decodes.
@@ -375,7 +375,7 @@ std::string JsonReader::get_string(ondemand::value value) {
   return visible_controls(std::move(text));
 }
 
-bool JsonReader::get_bool(ondemand::value value) {
+bool JsonReader::get_bool(ondemand::value& value) {
   bool flag = false;
   if (error_code e = value.get_bool().get(flag)) {
     fail_json(e, "true or false");
@@ -383,7 +383,7 @@ bool JsonReader::get_bool(ondemand::value value) {
   return flag;
 }
 
-std::int32_t JsonReader::get_int32(ondemand::value value) {
+std::int32_t JsonReader::get_int32(ondemand::value& value) {
   std::int64_t number = 0;
   constexpr char const* kExpected = "an integer from -2147483648 to 2147483647";
   if (error_code e = value.get_int64().get(number)) {
@@ -396,22 +396,22 @@ std::int32_t JsonReader::get_int32(ondemand::value value) {
   return static_cast<std::int32_t>(number);
 }
 
-std::vector<std::string> JsonReader::get_strings(ondemand::value value) {
+std::vector<std::string> JsonReader::get_strings(ondemand::value& value) {
   std::vector<std::string> list;
-  for_each_element(value, "an array of strings", [&](ondemand::value item) {
+  for_each_element(value, "an array of strings", [&](ondemand::value& item) {
     list.push_back(get_string(item));
   });
   return list;
 }
 
-ondemand::array JsonReader::get_array(ondemand::value value,
+ondemand::array JsonReader::get_array(ondemand::value& value,
                                       std::string_view what) {
   ondemand::array array;
   if (error_code e = value.get_array().get(array)) fail_json(e, what);
   return array;
 }
 
-ondemand::object JsonReader::get_object(ondemand::value value,
+ondemand::object JsonReader::get_object(ondemand::value& value,
                                         std::string_view what) {
   ondemand::object object;
   if (error_code e = value.get_object().get(object)) fail_json(e, what);

@@ -22,7 +22,7 @@
 //   JsonReader json(text, "cluster.json", std::cerr, false);
 //   simdjson::ondemand::object root = json.open(padded);
 //   json.for_each_member(root, [&](std::string const& key,
-//                                  simdjson::ondemand::value value) {
+//                                  simdjson::ondemand::value& value) {
 //     if (key == "overall_pass") {
 //       pass = json.get_bool(value);
 //     } else {
@@ -146,13 +146,13 @@ class JsonReader {
   // A key that is not known is warned about and its value left unused, but
   // the value must still be valid JSON: the parser checks only the brackets
   // of a value it skips, so the value is walked here.
-  void unknown_key(simdjson::ondemand::value value);
+  void unknown_key(simdjson::ondemand::value& value);
 
   // check_value()
   //
   // Checks that `value` is valid JSON, nested at most kMaxNesting levels
   // deep in the input (so a hostile input cannot exhaust the stack).
-  void check_value(simdjson::ondemand::value value);
+  void check_value(simdjson::ondemand::value& value);
 
   // How deep the input may nest where it is walked without a fixed shape
   // (the values of unknown keys); the parser keeps track of 1024 levels.
@@ -164,19 +164,19 @@ class JsonReader {
   // are decoded from the input into memory of the reader's own, not into
   // the parser's string buffer, which would grow by every string of the
   // input (as much again as the file, on a big one).
-  std::string get_string(simdjson::ondemand::value value);
+  std::string get_string(simdjson::ondemand::value& value);
 
-  bool get_bool(simdjson::ondemand::value value);
+  bool get_bool(simdjson::ondemand::value& value);
 
   // An integer from -2147483648 to 2147483647.
-  std::int32_t get_int32(simdjson::ondemand::value value);
+  std::int32_t get_int32(simdjson::ondemand::value& value);
 
   // An array of strings.
-  std::vector<std::string> get_strings(simdjson::ondemand::value value);
+  std::vector<std::string> get_strings(simdjson::ondemand::value& value);
 
-  simdjson::ondemand::array get_array(simdjson::ondemand::value value,
+  simdjson::ondemand::array get_array(simdjson::ondemand::value& value,
                                       std::string_view what);
-  simdjson::ondemand::object get_object(simdjson::ondemand::value value,
+  simdjson::ondemand::object get_object(simdjson::ondemand::value& value,
                                         std::string_view what);
 
   // for_each_element()
@@ -184,7 +184,7 @@ class JsonReader {
   // Calls `each(value)` for every element of the array `value` (else:
   // "expected <what>"), with the index on the key path.
   template <typename Each>
-  void for_each_element(simdjson::ondemand::value value, std::string_view what,
+  void for_each_element(simdjson::ondemand::value& value, std::string_view what,
                         Each&& each) {
     simdjson::ondemand::array array = get_array(value, what);
     std::size_t index = 0;
@@ -204,7 +204,7 @@ class JsonReader {
   // Calls `each(key, value)` for every member of the object `value` (else:
   // "expected <what>"), with the key on the key path.
   template <typename Each>
-  void for_each_member(simdjson::ondemand::value value, std::string_view what,
+  void for_each_member(simdjson::ondemand::value& value, std::string_view what,
                        Each&& each) {
     simdjson::ondemand::object object = get_object(value, what);
     for_each_member(object, std::forward<Each>(each));

@@ -41,7 +41,7 @@ SlicingSettings& slicing_settings() {
   return settings;
 }
 
-void ArraySlices::defer(ondemand::value value, Results& results) {
+void ArraySlices::defer(ondemand::value& value, Results& results) {
   ondemand::array array;
   if (value.get_array().get(array) != simdjson::SUCCESS) {
     throw SlicingAbandoned();
@@ -150,7 +150,7 @@ void ArraySlices::load_slice(Slice const& slice, std::int64_t first_sequence,
   json.leave_paths_out();  // its errors are never shown
   ondemand::object root = json.open(
       simdjson::padded_string_view(buffer.data(), length, buffer.size()));
-  json.for_each_member(root, [&](std::string const&, ondemand::value array) {
+  json.for_each_member(root, [&](std::string const&, ondemand::value& array) {
     load_run(json, array, first_sequence, results);
   });
   json.finish();

@@ -102,7 +102,7 @@ class ArraySlices {
   // First walk: notes the slices of the array `value` (the value of a
   // result array key), whose results go to `results`. Throws
   // SlicingAbandoned unless it is an array of objects.
-  void defer(simdjson::ondemand::value value, Results& results);
+  void defer(simdjson::ondemand::value& value, Results& results);
 
   // load()
   //

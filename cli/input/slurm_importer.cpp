@@ -151,7 +151,7 @@ class SlurmImporter {
   }
 
   // "reason_changed_at": a number, or {"set", "infinite", "number"}.
-  std::string read_time(JsonReader& json, ondemand::value value) {
+  std::string read_time(JsonReader& json, ondemand::value& value) {
     ondemand::json_type type;
     if (error_code e = value.type().get(type)) json.fail_json(e, "a time");
     if (type == ondemand::json_type::number) {
@@ -164,7 +164,7 @@ class SlurmImporter {
     bool set = true;
     std::int64_t seconds = 0;
     json.for_each_member(
-        value, "a time", [&](std::string const& key, ondemand::value member) {
+        value, "a time", [&](std::string const& key, ondemand::value& member) {
           if (key == "set") {
             set = json.get_bool(member);
           } else if (key == "number") {
@@ -178,7 +178,7 @@ class SlurmImporter {
     return set && seconds > 0 ? utc_time(seconds) : "";
   }
 
-  void read_states(JsonReader& json, ondemand::value value, Verdict& verdict) {
+  void read_states(JsonReader& json, ondemand::value& value, Verdict& verdict) {
     ondemand::json_type type;
     if (error_code e = value.type().get(type)) {
       json.fail_json(e, "a state or a list of states");
@@ -194,7 +194,7 @@ class SlurmImporter {
     ondemand::object root = json.open(bytes);
     bool known = false;
     json.for_each_member(
-        root, [&](std::string const& key, ondemand::value value) {
+        root, [&](std::string const& key, ondemand::value& value) {
           if (key == "nodes") {
             known = true;
             std::int32_t index = 0;
@@ -205,7 +205,7 @@ class SlurmImporter {
             known = true;
             std::int32_t index = 0;
             json.for_each_element(value, "an array of node groups",
-                                  [&](ondemand::value group) {
+                                  [&](ondemand::value& group) {
                                     read_group(json, group, ++index);
                                   });
           } else {
@@ -220,11 +220,11 @@ class SlurmImporter {
     json.finish();
   }
 
-  void read_node(JsonReader& json, ondemand::value value, std::int32_t row) {
+  void read_node(JsonReader& json, ondemand::value& value, std::int32_t row) {
     std::string name, hostname, reason, user, time;
     Verdict verdict;
     json.for_each_member(value, "a node object",
-                         [&](std::string const& key, ondemand::value member) {
+                         [&](std::string const& key, ondemand::value& member) {
                            if (key == "name") {
                              name = json.get_string(member);
                            } else if (key == "hostname") {
@@ -247,13 +247,13 @@ class SlurmImporter {
     finding(verdict, name, reason, remedy(user, time), row);
   }
 
-  void read_group(JsonReader& json, ondemand::value value, std::int32_t row) {
+  void read_group(JsonReader& json, ondemand::value& value, std::int32_t row) {
     std::vector<std::string> names;
     std::string reason, user, time;
     Verdict verdict;
     json.for_each_member(
         value, "a node group object",
-        [&](std::string const& key, ondemand::value member) {
+        [&](std::string const& key, ondemand::value& member) {
           if (key == "node") {
             json.for_each_member(member, "an object",
                                  [&](std::string const& k, ondemand::value v) {
