@@ -11,11 +11,14 @@
 #include "cli/output/report_model.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <iterator>
 #include <string_view>
+#include <thread>
 #include <tuple>
 #include <unordered_map>
 #include <unordered_set>
@@ -117,6 +120,41 @@ std::string tuple_text(Record const& record) {
   return text;
 }
 
+// The first eight bytes of `name` as one big-endian number, zeros past
+// its end: numbers in this order order the names byte-wise, but for names
+// whose first eight bytes (padding included) are the same.
+std::uint64_t leading_bytes(std::string_view name) {
+  std::uint64_t key = 0;
+  std::size_t const size = name.size() < 8 ? name.size() : 8;
+  for (std::size_t i = 0; i < 8; ++i) {
+    key <<= 8;
+    if (i < size) key |= static_cast<unsigned char>(name[i]);
+  }
+  return key;
+}
+
+// Sorts `names` byte-wise and drops repeats. A cluster's names share long
+// prefixes, so comparing them as strings is a memcmp call each time; their
+// leading bytes, compared as numbers, settle most comparisons first.
+void sort_unique_names(std::vector<std::string_view>& names) {
+  std::vector<std::pair<std::uint64_t, std::string_view>> keyed;
+  keyed.reserve(names.size());
+  for (std::string_view const name : names) {
+    keyed.emplace_back(leading_bytes(name), name);
+  }
+  std::sort(keyed.begin(), keyed.end(), [](auto const& a, auto const& b) {
+    return a.first != b.first ? a.first < b.first : a.second < b.second;
+  });
+  names.clear();
+  for (std::size_t i = 0; i < keyed.size(); ++i) {
+    if (i > 0 && keyed[i].first == keyed[i - 1].first &&
+        keyed[i].second == keyed[i - 1].second) {
+      continue;
+    }
+    names.push_back(keyed[i].second);
+  }
+}
+
 // The fields that come from the record alone: id, texts, nodes, rows,
 // definitions.
 void describe(ReportIssue& issue) {
@@ -145,8 +183,7 @@ void describe(ReportIssue& issue) {
   for (auto const& raw : record.outputs) {
     if (raw) names.insert(names.end(), raw->nodes.begin(), raw->nodes.end());
   }
-  std::sort(names.begin(), names.end());
-  names.erase(std::unique(names.begin(), names.end()), names.end());
+  sort_unique_names(names);
   issue.nodes = std::move(names);
 
   // The "Nodes: " line, which is only printed for a record with raw
@@ -160,6 +197,43 @@ void describe(ReportIssue& issue) {
     issue.nodes_text = TokenizedHost::get_merged_hosts(
         std::vector<std::string>(issue.nodes.begin(), issue.nodes.end()));
   }
+}
+
+// describe() for every issue, on two threads when there are enough issues
+// to pay for the second (a big cluster's model describes a million node
+// names): each thread takes the next run of issues until none is left.
+// describe() reads the records and writes its own issue only.
+void describe_all(std::vector<ReportIssue>& issues) {
+  constexpr std::size_t kRun = 32;  // issues taken at a time
+  if (issues.size() < kIssuesOnTwoThreads) {
+    for (auto& issue : issues) describe(issue);
+    return;
+  }
+  std::atomic<std::size_t> next{0};
+  auto const work = [&] {
+    for (;;) {
+      std::size_t const begin = next.fetch_add(kRun);
+      if (begin >= issues.size()) return;
+      std::size_t const end = std::min(begin + kRun, issues.size());
+      for (std::size_t i = begin; i < end; ++i) describe(issues[i]);
+    }
+  };
+  std::exception_ptr helper_error;
+  std::thread helper([&] {
+    try {
+      work();
+    } catch (...) {
+      helper_error = std::current_exception();
+    }
+  });
+  try {
+    work();
+  } catch (...) {
+    helper.join();
+    throw;
+  }
+  helper.join();
+  if (helper_error) std::rethrow_exception(helper_error);
 }
 
 // Appends the refs of the listed records among `records`.
@@ -505,7 +579,7 @@ int build_report_model(UtilityFunctions& uf,
     list_section(model, data, true);
     list_section(model, data, false);
   }
-  for (auto& issue : model.issues) describe(issue);
+  describe_all(model.issues);
   link(model);
 
   model.fail = count_section(data, true);

@@ -213,6 +213,12 @@ struct ReportModel {
 // release_links). Returns 0, or 1 when a definition's verdict could not be
 // computed because a result could not be mapped (the library has written
 // its line to standard error; the verdict is left "").
+//
+// From kIssuesOnTwoThreads issues on, the issues' own fields (texts, node
+// lists) are filled on two threads; the library's records are only read
+// there, and nothing of the library that writes or prints is called.
+inline constexpr std::size_t kIssuesOnTwoThreads = 128;
+
 [[nodiscard]] int build_report_model(
     postprocessor::UtilityFunctions& uf,
     postprocessor::PostprocessorExtensionData const& data, RunInfo run,

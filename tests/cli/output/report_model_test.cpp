@@ -933,7 +933,8 @@ INSTANTIATE_TEST_SUITE_P(
 // `unmapped_observation` one observation id has no signs; with
 // `unmapped_diagnosis` one diagnosis id has no triggers entry.
 Config generate(std::uint64_t seed, bool unmapped_observation,
-                bool unmapped_diagnosis, std::string& log_level) {
+                bool unmapped_diagnosis, std::string& log_level,
+                int scale = 1) {
   std::mt19937_64 rng(seed);
   auto pick = [&](int n) {
     return static_cast<int>(rng() % static_cast<std::uint64_t>(n));
@@ -985,8 +986,8 @@ Config generate(std::uint64_t seed, bool unmapped_observation,
   }
 
   // Ids and their mapping entries.
-  int const observation_ids = 2 + pick(8);
-  int const diagnosis_ids = 1 + pick(5);
+  int const observation_ids = (2 + pick(8)) * scale;
+  int const diagnosis_ids = (1 + pick(5)) * scale;
   std::vector<std::string> signs_pool;
   for (int r = 0; r < 10; ++r)
     signs_pool.push_back("rule-" + std::to_string(r));
@@ -1018,7 +1019,7 @@ Config generate(std::uint64_t seed, bool unmapped_observation,
   }
 
   int const severities[] = {0, 5, 24, 25, 30, 49, 50, 74, 75, 80, 100};
-  int const results = 5 + pick(120);
+  int const results = (5 + pick(120)) * scale;
   for (int i = 0; i < results; ++i) {
     int const kind = pick(4);  // 0 diagnosis, 1-2 observation, 3 secondary
     std::string id;
@@ -1112,6 +1113,22 @@ TEST(ReportModel, GeneratedClusters) {
   // The seeds cover both outcomes and real provenance.
   EXPECT_GT(failed_mappings, 5);
   EXPECT_GT(linked, 50);
+}
+
+TEST(ReportModel, GeneratedBigClustersAgreeToo) {
+  // Clusters of hundreds of issues, whose fields are filled on two
+  // threads: the model still says what the printed report says.
+  std::size_t biggest = 0;
+  for (std::uint64_t seed = 1; seed <= 6; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::string log_level;
+    Config const config = generate(seed, false, false, log_level, 40);
+    Built const built = build_and_print(config, log_level);
+    biggest = std::max(biggest, built.model.issues.size());
+    expect_agrees(built.model, built.status, built.text, log_level);
+    if (::testing::Test::HasFailure()) break;
+  }
+  EXPECT_GE(biggest, kIssuesOnTwoThreads);
 }
 
 }  // namespace
