@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -31,6 +32,7 @@
 #include <streambuf>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -448,6 +450,33 @@ void write_model_report(ReportFormat const& format, ReportModel const& model,
   }
 }
 
+// Renders the report files that come from the model, `write(i)` for each
+// index of `files`, on two threads when there are several: the writers only
+// read the model, and a big cluster's JSON report alone takes a while. The
+// error that ends the run is the first one in the order the files were
+// asked for, as when they are written one after the other.
+template <class Write>
+void write_model_reports(std::vector<std::size_t> const& files, Write write) {
+  std::vector<std::exception_ptr> errors(files.size());
+  std::atomic<std::size_t> next{0};
+  auto const work = [&] {
+    for (std::size_t k = next++; k < files.size(); k = next++) {
+      try {
+        write(files[k]);
+      } catch (...) {
+        errors[k] = std::current_exception();
+      }
+    }
+  };
+  std::thread helper;
+  if (files.size() > 1) helper = std::thread(work);
+  work();
+  if (helper.joinable()) helper.join();
+  for (std::exception_ptr const& error : errors) {
+    if (error) std::rethrow_exception(error);
+  }
+}
+
 // Loads the inputs, renders every report, puts the report files in place.
 // The document's warnings go to `warnings`.
 //
@@ -645,13 +674,17 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     }) != 0 || unmapped;
     if (changes) write_changes_text(*changes, data.terminal_width);
   }
+  std::vector<std::size_t> model_files;
   for (std::size_t i = 0; i < options.reports.size(); ++i) {
-    auto const& request = options.reports[i];
-    if (report_files[i] != nullptr && request.format->needs_model()) {
-      write_model_report(*request.format, model, report_files[i]->stream(),
-                         request.path);
+    if (report_files[i] != nullptr &&
+        options.reports[i].format->needs_model()) {
+      model_files.push_back(i);
     }
   }
+  write_model_reports(model_files, [&](std::size_t i) {
+    write_model_report(*options.reports[i].format, model,
+                       report_files[i]->stream(), options.reports[i].path);
+  });
   files.finish_all();
 
   if (text_on_stdout) {

@@ -319,6 +319,37 @@ TEST(AppReport, WriteThatFailsLeavesEveryPathAsItWas) {
                                "large)\n");
 }
 
+// Report files rendered side by side: when several fail, the one named is
+// the first of them in the order asked for, as when they are rendered one
+// after the other, and nothing changes. Past the size limit, each JSON
+// report fails while it is rendered (its writer checks the stream); the
+// page and the Prometheus text would fail only when finished, later.
+TEST(AppReport, FirstFailingFileOfSeveralIsTheOneNamed) {
+  TempFolder const folder("report-several");
+  std::vector<std::string> const names = {"c.html", "x.json", "b.prom",
+                                          "y.json"};
+  for (auto const& name : names) write_bytes(folder / name, "old\n");
+  RunResult result{};
+  {
+    testing::FileSizeLimit const limit(3000);  // the demo's JSON is 8 kB
+    result =
+        run_in(kInputDir, {"--demo", "--report", "html=" + folder / "c.html",
+                           "--report", "json=" + folder / "x.json", "--report",
+                           "prometheus=" + folder / "b.prom", "--report",
+                           "json=" + folder / "y.json"});
+  }
+  EXPECT_EQ(result.status, kExitBadInput);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "vesk-report: " + folder / "x.json" +
+                            ": expected to be able to write the report "
+                            "(cannot write the JSON report)\n");
+  for (auto const& name : names) {
+    EXPECT_EQ(file_bytes(folder / name), "old\n") << name;
+  }
+  EXPECT_EQ(folder.listing(),
+            std::set<std::string>(names.begin(), names.end()));
+}
+
 // Bad input met after the report files were begun.
 TEST(AppReport, BadInputLeavesEveryPathAsItWas) {
   FailingRun const failing("report-input");
