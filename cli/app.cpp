@@ -13,7 +13,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -32,7 +31,6 @@
 #include <streambuf>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -49,6 +47,7 @@
 #include "cli/output/report_formats.hpp"
 #include "cli/output/report_model.hpp"
 #include "cli/output/text_writer.hpp"
+#include "cli/parallel.hpp"
 #include "vesk/common/config.hpp"
 #include "vesk/common/util.hpp"
 #include "vesk/common/vocabulary.hpp"
@@ -450,33 +449,6 @@ void write_model_report(ReportFormat const& format, ReportModel const& model,
   }
 }
 
-// Renders the report files that come from the model, `write(i)` for each
-// index of `files`, on two threads when there are several: the writers only
-// read the model, and a big cluster's JSON report alone takes a while. The
-// error that ends the run is the first one in the order the files were
-// asked for, as when they are written one after the other.
-template <class Write>
-void write_model_reports(std::vector<std::size_t> const& files, Write write) {
-  std::vector<std::exception_ptr> errors(files.size());
-  std::atomic<std::size_t> next{0};
-  auto const work = [&] {
-    for (std::size_t k = next++; k < files.size(); k = next++) {
-      try {
-        write(files[k]);
-      } catch (...) {
-        errors[k] = std::current_exception();
-      }
-    }
-  };
-  std::thread helper;
-  if (files.size() > 1) helper = std::thread(work);
-  work();
-  if (helper.joinable()) helper.join();
-  for (std::exception_ptr const& error : errors) {
-    if (error) std::rethrow_exception(error);
-  }
-}
-
 // Loads the inputs, renders every report, puts the report files in place.
 // The document's warnings go to `warnings`.
 //
@@ -681,7 +653,12 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
       model_files.push_back(i);
     }
   }
-  write_model_reports(model_files, [&](std::size_t i) {
+  // With several, on two threads: the writers only read the model, and a
+  // big cluster's JSON report alone takes a while. The error that ends the
+  // run is the first in the order the files were asked for, as when they
+  // are rendered one after the other.
+  for_each_index(model_files.size(), 2, 1, [&](std::size_t k) {
+    std::size_t const i = model_files[k];
     write_model_report(*options.reports[i].format, model,
                        report_files[i]->stream(), options.reports[i].path);
   });

@@ -11,19 +11,17 @@
 #include "cli/output/report_model.hpp"
 
 #include <algorithm>
-#include <atomic>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <iterator>
 #include <string_view>
-#include <thread>
 #include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
+#include "cli/parallel.hpp"
 #include "vesk/common/group_key.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/common/vocabulary.hpp"
@@ -197,43 +195,6 @@ void describe(ReportIssue& issue) {
     issue.nodes_text = TokenizedHost::get_merged_hosts(
         std::vector<std::string>(issue.nodes.begin(), issue.nodes.end()));
   }
-}
-
-// describe() for every issue, on two threads when there are enough issues
-// to pay for the second (a big cluster's model describes a million node
-// names): each thread takes the next run of issues until none is left.
-// describe() reads the records and writes its own issue only.
-void describe_all(std::vector<ReportIssue>& issues) {
-  constexpr std::size_t kRun = 32;  // issues taken at a time
-  if (issues.size() < kIssuesOnTwoThreads) {
-    for (auto& issue : issues) describe(issue);
-    return;
-  }
-  std::atomic<std::size_t> next{0};
-  auto const work = [&] {
-    for (;;) {
-      std::size_t const begin = next.fetch_add(kRun);
-      if (begin >= issues.size()) return;
-      std::size_t const end = std::min(begin + kRun, issues.size());
-      for (std::size_t i = begin; i < end; ++i) describe(issues[i]);
-    }
-  };
-  std::exception_ptr helper_error;
-  std::thread helper([&] {
-    try {
-      work();
-    } catch (...) {
-      helper_error = std::current_exception();
-    }
-  });
-  try {
-    work();
-  } catch (...) {
-    helper.join();
-    throw;
-  }
-  helper.join();
-  if (helper_error) std::rethrow_exception(helper_error);
 }
 
 // Appends the refs of the listed records among `records`.
@@ -579,7 +540,11 @@ int build_report_model(UtilityFunctions& uf,
     list_section(model, data, true);
     list_section(model, data, false);
   }
-  describe_all(model.issues);
+  // From kIssuesOnTwoThreads issues on (a big cluster's model describes a
+  // million node names), on two threads: describe() reads the records and
+  // writes its own issue only.
+  for_each_index(model.issues.size(), kIssuesOnTwoThreads, 32,
+                 [&](std::size_t i) { describe(model.issues[i]); });
   link(model);
 
   model.fail = count_section(data, true);
