@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "cli/output/json_writer.hpp"
+#include "cli/parallel.hpp"
 
 namespace vesk {
 namespace cli {
@@ -147,10 +148,14 @@ ReportChanges compare_with_baseline(ReportModel const& model,
     }
   }
 
-  std::map<IdentityKey, Side> now;
-  for (auto const& issue : model.issues) {
-    Side& side = now[key_of(issue.kind, issue.id, issue.message)];
-    HostSet nodes;
+  // Each issue's hosts as indexes. The baseline's table is only read, so
+  // the issues whose hosts it all knows are done on two threads; the rest,
+  // which add names, after them in issue order, which numbers the new names
+  // as one walk in order would.
+  std::vector<HostSet> issue_hosts(model.issues.size());
+  std::vector<char> adds_names(model.issues.size(), 0);
+  auto const hosts_of = [&](ReportIssue const& issue, bool may_add,
+                            HostSet& nodes) {
     nodes.reserve(issue.nodes.size());
     // The names lie in the raw results, spread over the loaded document:
     // each is fetched a few names ahead of its lookup.
@@ -158,10 +163,32 @@ ReportChanges compare_with_baseline(ReportModel const& model,
       if (i + 8 < issue.nodes.size()) {
         __builtin_prefetch(issue.nodes[i + 8].data());
       }
-      nodes.push_back(hosts.index(issue.nodes[i]));
+      std::uint32_t const known = baseline.hosts.find(issue.nodes[i]);
+      if (known == HostTable::npos && !may_add) return false;
+      nodes.push_back(known != HostTable::npos ? known
+                                               : hosts.index(issue.nodes[i]));
     }
     std::sort(nodes.begin(), nodes.end());
     nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());
+    return true;
+  };
+  for_each_index(model.issues.size(), kIssuesOnTwoThreads, 32,
+                 [&](std::size_t k) {
+                   if (!hosts_of(model.issues[k], false, issue_hosts[k])) {
+                     adds_names[k] = 1;
+                   }
+                 });
+  for (std::size_t k = 0; k < model.issues.size(); ++k) {
+    if (!adds_names[k]) continue;
+    issue_hosts[k].clear();
+    (void)hosts_of(model.issues[k], true, issue_hosts[k]);
+  }
+
+  std::map<IdentityKey, Side> now;
+  for (std::size_t k = 0; k < model.issues.size(); ++k) {
+    ReportIssue const& issue = model.issues[k];
+    Side& side = now[key_of(issue.kind, issue.id, issue.message)];
+    HostSet& nodes = issue_hosts[k];
     if (side.id == nullptr) {
       side = Side{issue.kind, &issue.id, &issue.message, std::move(nodes), ""};
     } else {

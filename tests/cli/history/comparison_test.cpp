@@ -10,8 +10,10 @@
 
 #include "cli/history/comparison.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -154,6 +156,59 @@ TEST(Comparison, NodesGainedAndLostAndResolvedIssues) {
   EXPECT_EQ(changes.resolved[0].first_seen, "2026-11-20T00:00:00Z");
   EXPECT_EQ(changes.new_nodes, (Names{"n3", "n4"}));
   EXPECT_EQ(changes.recovered_nodes, (Names{"n5", "n6"}));
+}
+
+TEST(Comparison, ManyIssuesAgreeWithTheSetsByName) {
+  // Enough issues for the hosts to be looked up on two threads; every
+  // tenth issue names hosts the baseline lacks (so they are numbered in
+  // the serial pass). Each issue's gained and lost nodes must be the set
+  // differences of its names.
+  auto sorted = [](Names names) {
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+  };
+  auto minus = [](Names const& a, Names const& b) {
+    Names out;
+    std::set_difference(a.begin(), a.end(), b.begin(), b.end(),
+                        std::back_inserter(out));
+    return out;
+  };
+  std::vector<ReportIssue> issues;
+  std::vector<Earlier> before;
+  std::vector<Names> now_names;
+  std::vector<Names> then_names;
+  for (int i = 0; i < 300; ++i) {
+    Names now;
+    for (int j = 0; j < 5; ++j)
+      now.push_back("n" + std::to_string((i * 7 + j) % 97));
+    if (i % 10 == 0) now.push_back("new" + std::to_string(i % 13));
+    Names then;
+    for (int j = 0; j < 4; ++j)
+      then.push_back("n" + std::to_string((i * 5 + j) % 97));
+    std::string const id = "f" + std::to_string(i);
+    now_names.push_back(sorted(now));
+    then_names.push_back(sorted(then));
+    issues.push_back(issue(kObs, id, "m", now_names.back()));
+    if (i % 2 == 0) before.push_back(earlier(kObs, id, "m", then));
+  }
+  ASSERT_GE(issues.size(), kIssuesOnTwoThreads);
+  ReportChanges const changes = compare_with_baseline(
+      model_of(std::move(issues), {}), baseline_of(before, {}));
+  ASSERT_EQ(changes.issues.size(), 300u);
+  for (std::size_t i = 0; i < 300; ++i) {
+    SCOPED_TRACE("issue " + std::to_string(i));
+    auto const& compared = changes.issues[i];
+    if (i % 2 != 0) {
+      EXPECT_EQ(compared.change, IssueChange::kNew);
+      continue;
+    }
+    EXPECT_EQ(compared.change, IssueChange::kPersisting);
+    EXPECT_EQ(compared.nodes_gained, minus(now_names[i], then_names[i]));
+    EXPECT_EQ(compared.nodes_lost, minus(then_names[i], now_names[i]));
+  }
+  EXPECT_EQ(changes.new_issues, 150u);
+  EXPECT_EQ(changes.persisting_issues, 150u);
 }
 
 TEST(Comparison, IssuesSharingAnIdentityAreComparedAsOne) {
