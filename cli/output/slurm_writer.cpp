@@ -204,7 +204,12 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
     std::string reason =
         std::string(kDrainReasonPrefix) +
         postprocessor::UtilityFunctions::get_usable_id(model.issues[first].id);
-    if (more != 0) reason += "+" + std::to_string(more);
+    if (more != 0) {
+      // Appended rather than joined with "+" + ...: GCC 12 at -O3 warns
+      // falsely (-Wrestrict) about that form.
+      reason += '+';
+      reason += std::to_string(more);
+    }
     reason = one_line(reason);
     Command& command = by_reason[reason];
     if (command.hosts.empty() || first < command.first) {
