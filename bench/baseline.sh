@@ -16,11 +16,11 @@
 # and prints each one's median wall, user and system time and peak memory,
 # and the ratio of each pair. Target: --baseline adds at most 30 % of the
 # wall time; the script exits 1 when a ratio is above 1.30. BASELINE_RUNS=N
-# (default 3) sets the number of rounds.
+# (default 5) sets the number of rounds.
 set -euo pipefail
 
 build=${1:-build-bench}
-runs=${BASELINE_RUNS:-3}
+runs=${BASELINE_RUNS:-5}
 writer=$build/bench/write_cluster_json
 report=$build/cli/vesk-report
 here=$(cd "$(dirname "$0")" && pwd)

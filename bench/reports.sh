@@ -18,13 +18,13 @@
 #   json+prom   at most 1.50 x the wall time, peak memory at most 1.10 x
 #   html        adds under 1 s of wall time
 #   baseline    at most 1.30 x the wall time
-# The script exits 1 when one is missed. REPORTS_RUNS=N (default 3) sets the
+# The script exits 1 when one is missed. REPORTS_RUNS=N (default 5) sets the
 # number of rounds; REPORTS_BASELINE=0 leaves the baseline run out (it needs
 # two more runs to make the baseline).
 set -euo pipefail
 
 build=${1:-build-bench}
-runs=${REPORTS_RUNS:-3}
+runs=${REPORTS_RUNS:-5}
 with_baseline=${REPORTS_BASELINE:-1}
 writer=$build/bench/write_cluster_json
 report=$build/cli/vesk-report
