@@ -6,7 +6,6 @@
 // levels, the datastore rows behind it. The header and the body are wrapped
 // and written as two separate output log messages.
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -86,8 +85,8 @@ void UtilityFunctions::PrintOutput(
     PostprocessorExtensionData const& data, int number, int number_width,
     std::string prefix, bool diagnosis_form) {
   if (!output) return;
-  // Views of every node name, in output order; the names are copied only
-  // for the rare output with a tuple of names.
+  // Views of every node name, in output order; no name is copied but for
+  // the folding of a list of single names.
   std::vector<std::string_view> names;
   bool any_tuple = false;
   // The raw results of one issue lie far apart on the heap: each one's

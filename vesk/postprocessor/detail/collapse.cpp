@@ -47,8 +47,8 @@ class NodeGatherer {
 
 // The collapsing loop over `count` outputs: raw(k) is the k-th output or
 // null, shared(k) its shared pointer. The outputs live apart on the heap, so
-// the loop asks for each one's lines a few outputs ahead: the record first,
-// then, once it is there, its message and node list.
+// the loop asks for each one's lines a few outputs ahead: the output's own
+// first, then, once they are there, its message and node list.
 //
 // It runs in two passes. The first finds each output's record (creating
 // the new ones) and does everything else; the second appends the outputs
@@ -61,7 +61,9 @@ void collapse_selected(std::size_t count, Raw raw, Shared shared,
                        postprocessor::PostprocessorExtensionData& data,
                        postprocessor::Type type) {
   // Key of each record -> position of the first record with that key. A
-  // record's first output never changes, so neither does its key.
+  // record's first output never changes, so neither does its key (a record
+  // made here gets its first output, the one that made it, in the second
+  // pass).
   std::unordered_map<FindingKey, std::size_t, FindingKeyHash> first_with_key;
   bool indexed = false;
   std::size_t retyped = 0;  // records [0, retyped) already carry `type`
