@@ -101,7 +101,7 @@ class BaselineReader {
             has_nodes = true;
           } else if (key == "issues") {
             json_.for_each_element(
-                value, "an array of issues", [&](ondemand::value issue) {
+                value, "an array of issues", [&](ondemand::value& issue) {
                   baseline.issues.push_back(read_issue(issue));
                 });
             has_issues = true;
@@ -137,7 +137,7 @@ class BaselineReader {
         value, "an object", [&](std::string const& key, ondemand::value& item) {
           if (key == "with_issues") {
             json_.for_each_element(
-                item, "an array of strings", [&](ondemand::value name) {
+                item, "an array of strings", [&](ondemand::value& name) {
                   baseline.nodes_with_issues.push_back(host_name(name));
                 });
             has_with_issues = true;
@@ -181,7 +181,7 @@ class BaselineReader {
             json_.for_each_element(
                 item, "an array of node lists", [&](ondemand::value& group) {
                   json_.for_each_element(group, "an array of strings",
-                                         [&](ondemand::value name) {
+                                         [&](ondemand::value& name) {
                                            issue.nodes.push_back(host(name));
                                          });
                 });
@@ -247,7 +247,7 @@ class BaselineReader {
             has_count = true;
           } else if (key == "nodes") {
             json_.for_each_element(
-                item, "an array of node histories", [&](ondemand::value node) {
+                item, "an array of node histories", [&](ondemand::value& node) {
                   baseline.nodes.push_back(read_node_history(node));
                 });
             has_nodes = true;
@@ -283,7 +283,7 @@ class BaselineReader {
                             } else if (key == "runs") {
                               json_.for_each_element(
                                   item, "an array of true or false",
-                                  [&](ondemand::value run) {
+                                  [&](ondemand::value& run) {
                                     node.history.push(json_.get_bool(run));
                                   });
                               has_runs = true;

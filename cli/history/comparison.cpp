@@ -163,10 +163,10 @@ ReportChanges compare_with_baseline(ReportModel const& model,
       if (i + 8 < issue.nodes.size()) {
         __builtin_prefetch(issue.nodes[i + 8].data());
       }
-      std::uint32_t const known = baseline.hosts.find(issue.nodes[i]);
-      if (known == HostTable::npos && !may_add) return false;
-      nodes.push_back(known != HostTable::npos ? known
-                                               : hosts.index(issue.nodes[i]));
+      std::uint32_t const index = may_add ? hosts.index(issue.nodes[i])
+                                          : baseline.hosts.find(issue.nodes[i]);
+      if (index == HostTable::npos) return false;
+      nodes.push_back(index);
     }
     std::sort(nodes.begin(), nodes.end());
     nodes.erase(std::unique(nodes.begin(), nodes.end()), nodes.end());

@@ -136,7 +136,7 @@ class AlertmanagerImporter {
             group = true;
             std::size_t index = 0;
             json.for_each_element(
-                member, "an array of alerts", [&](ondemand::value inner) {
+                member, "an array of alerts", [&](ondemand::value& inner) {
                   read_alert(
                       json, inner,
                       place + ".alerts[" + std::to_string(index++) + "]");
@@ -160,17 +160,17 @@ class AlertmanagerImporter {
   }
 
   void read_member(JsonReader& json, std::string const& key,
-                   ondemand::value member, Alert& alert) {
+                   ondemand::value& member, Alert& alert) {
     if (key == "fingerprint") {
       alert.fingerprint = json.get_string(member);
     } else if (key == "labels") {
       json.for_each_member(member, "an object of labels",
-                           [&](std::string const& name, ondemand::value v) {
+                           [&](std::string const& name, ondemand::value& v) {
                              alert.labels[name] = json.get_string(v);
                            });
     } else if (key == "annotations") {
       json.for_each_member(member, "an object of annotations",
-                           [&](std::string const& name, ondemand::value v) {
+                           [&](std::string const& name, ondemand::value& v) {
                              std::string text = json.get_string(v);
                              if (name == "summary") {
                                alert.summary = std::move(text);
@@ -182,7 +182,7 @@ class AlertmanagerImporter {
                            });
     } else if (key == "status") {
       json.for_each_member(member, "a status object",
-                           [&](std::string const& name, ondemand::value v) {
+                           [&](std::string const& name, ondemand::value& v) {
                              if (name == "state") {
                                alert.state = json.get_string(v);
                              } else if (name == "inhibitedBy") {

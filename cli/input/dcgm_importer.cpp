@@ -119,13 +119,13 @@ class DcgmImporter {
           }
           json.for_each_element(
               member, "an array of test categories",
-              [&](ondemand::value category) {
+              [&](ondemand::value& category) {
                 json.for_each_member(
                     category, "a test category object",
-                    [&](std::string const& k, ondemand::value v) {
+                    [&](std::string const& k, ondemand::value& v) {
                       if (k == "tests") {
                         json.for_each_element(v, "an array of tests",
-                                              [&](ondemand::value test) {
+                                              [&](ondemand::value& test) {
                                                 read_test(json, test);
                                               });
                       } else {
@@ -153,7 +153,7 @@ class DcgmImporter {
                            } else if (key == "results") {
                              json.for_each_element(
                                  member, "an array of results",
-                                 [&](ondemand::value result) {
+                                 [&](ondemand::value& result) {
                                    results.push_back(read_result(json, result));
                                  });
                            } else {

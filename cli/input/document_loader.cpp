@@ -254,11 +254,11 @@ void DocumentLoader::load_definition(ondemand::value& value) {
           fwd->skipped = json_.get_bool(member);
         } else if (key == "children") {
           json_.for_each_element(
-              member, "an array of branches", [&](ondemand::value branch) {
+              member, "an array of branches", [&](ondemand::value& branch) {
                 record.branches.emplace_back();
                 json_.for_each_element(
                     branch, "an array of definition names",
-                    [&](ondemand::value child) {
+                    [&](ondemand::value& child) {
                       record.branches.back().push_back(
                           {json_.get_string(child), json_.path()});
                     });
@@ -287,11 +287,11 @@ void DocumentLoader::load_string_lists(
 void DocumentLoader::load_nested_map(ondemand::value& value) {
   json_.for_each_member(
       value, "an object of objects",
-      [&](std::string const& outer, ondemand::value inner) {
+      [&](std::string const& outer, ondemand::value& inner) {
         auto& level = config_.nested_map[outer];
         json_.for_each_member(
             inner, "an object of string arrays",
-            [&](std::string const& key, ondemand::value list) {
+            [&](std::string const& key, ondemand::value& list) {
               auto& set = level[key];
               for (auto& item : json_.get_strings(list)) {
                 set.insert(std::move(item));
@@ -301,9 +301,7 @@ void DocumentLoader::load_nested_map(ondemand::value& value) {
 }
 
 // A name that the report merges into a host list: its numbers must fit
-// in 32 bits, or the merging would fail after half the report. A run of
-// up to nine digits always fits, so only names with a longer run are
-// tokenized (most clusters have none, and names repeat a million times).
+// in 32 bits, or the merging would fail after half the report.
 void DocumentLoader::check_host(std::string const& name) const {
   if (!host_numbers_fit(name)) json_.fail(host_numbers_error(name));
 }
@@ -326,7 +324,7 @@ bool load_in_slices(InputBytes& bytes, std::string const& label, Config& config,
                                              bytes.capacity()));
     }
     slices.load(bytes.data(), bytes.releasable(),
-                [&](JsonReader& json, ondemand::value array,
+                [&](JsonReader& json, ondemand::value& array,
                     std::int64_t first_sequence, ArraySlices::Results& list) {
                   DocumentLoader(json, config, settings)
                       .load_results(array, first_sequence, list);

@@ -71,10 +71,9 @@ std::string one_line(std::string_view text) {
   return escape_controls(text, false);
 }
 
-std::string visible_controls(std::string text) {
-  // Most text holds no control character but line feeds and tabs; it is
-  // only looked at and handed back, not copied.
-  if (!may_hold_controls(text)) return text;
+std::string escape_visible_controls(std::string text) {
+  // Most text that reaches here still holds no control character but line
+  // feeds and tabs; it is only looked at and handed back, not copied.
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (control_at(text, i) != 0 && text[i] != '\n' && text[i] != '\t') {
       return escape_controls(text, true);

@@ -58,8 +58,7 @@ std::string one_line(std::string_view text);
 //
 // Whether `text` has a byte that visible_controls() may escape: one below
 // 0x20, DEL, or 0xc2, the UTF-8 lead byte of U+0080..U+009F. A quick look
-// over every byte, for text that is almost always clean (inline: it runs
-// for every key and string of a document).
+// over every byte, for text that is almost always clean.
 inline bool may_hold_controls(std::string_view text) {
   // No early exit: a loop without one is compiled to vector compares.
   unsigned found = 0;
@@ -80,7 +79,16 @@ inline bool may_hold_controls(std::string_view text) {
 // shows the same text. Text without such characters comes back as it is.
 //
 //   visible_controls("a\x1b[31mb\n")  // "a\\x1b[31mb\n"
-std::string visible_controls(std::string text);
+//
+// Inline for its quick look, which settles almost every text (it runs for
+// every key and string of a document); the rest goes to
+// escape_visible_controls().
+std::string escape_visible_controls(std::string text);
+
+inline std::string visible_controls(std::string text) {
+  if (!may_hold_controls(text)) return text;
+  return escape_visible_controls(std::move(text));
+}
 
 }  // namespace cli
 }  // namespace vesk

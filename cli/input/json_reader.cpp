@@ -371,7 +371,6 @@ std::string JsonReader::get_string(ondemand::value& value) {
   } else {
     text.assign(decoded);
   }
-  if (!may_hold_controls(text)) return text;
   return visible_controls(std::move(text));
 }
 

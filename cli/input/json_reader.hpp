@@ -229,9 +229,7 @@ class JsonReader {
       // Keys are told apart as written, before their control characters
       // are made visible.
       bool const first = seen.insert(key);
-      std::string const key_text = may_hold_controls(key)
-                                       ? visible_controls(std::string(key))
-                                       : std::string(key);
+      std::string const key_text = visible_controls(std::string(key));
       PathScope scope(tracked_path(), key_text);
       if (!first) {
         fail("expected each key once in an object, found \"" + key_text +

@@ -91,7 +91,7 @@ class ArraySlices {
   // Loads the elements of the JSON array `array` (walked by `json`) onto
   // `results`, numbering them from `first_sequence`.
   using LoadRun =
-      std::function<void(JsonReader& json, simdjson::ondemand::value array,
+      std::function<void(JsonReader& json, simdjson::ondemand::value& array,
                          std::int64_t first_sequence, Results& results)>;
 
   ArraySlices(std::string_view text, std::size_t elements)

@@ -200,7 +200,7 @@ class SlurmImporter {
             std::int32_t index = 0;
             json.for_each_element(
                 value, "an array of nodes",
-                [&](ondemand::value node) { read_node(json, node, ++index); });
+                [&](ondemand::value& node) { read_node(json, node, ++index); });
           } else if (key == "sinfo") {
             known = true;
             std::int32_t index = 0;
@@ -256,7 +256,7 @@ class SlurmImporter {
         [&](std::string const& key, ondemand::value& member) {
           if (key == "node") {
             json.for_each_member(member, "an object",
-                                 [&](std::string const& k, ondemand::value v) {
+                                 [&](std::string const& k, ondemand::value& v) {
                                    if (k == "state") {
                                      read_states(json, v, verdict);
                                    } else {
@@ -266,7 +266,7 @@ class SlurmImporter {
           } else if (key == "nodes") {
             json.for_each_member(
                 member, "an object",
-                [&](std::string const& k, ondemand::value v) {
+                [&](std::string const& k, ondemand::value& v) {
                   if (k == "nodes") {
                     for (auto const& item : json.get_strings(v)) {
                       expand(item, json.path(), names);
@@ -277,7 +277,7 @@ class SlurmImporter {
                 });
           } else if (key == "reason") {
             json.for_each_member(member, "an object",
-                                 [&](std::string const& k, ondemand::value v) {
+                                 [&](std::string const& k, ondemand::value& v) {
                                    if (k == "description") {
                                      reason = json.get_string(v);
                                    } else if (k == "user") {

@@ -123,10 +123,9 @@ std::string tuple_text(Record const& record) {
 // whose first eight bytes (padding included) are the same.
 std::uint64_t leading_bytes(std::string_view name) {
   std::uint64_t key = 0;
-  std::size_t const size = name.size() < 8 ? name.size() : 8;
   for (std::size_t i = 0; i < 8; ++i) {
     key <<= 8;
-    if (i < size) key |= static_cast<unsigned char>(name[i]);
+    if (i < name.size()) key |= static_cast<unsigned char>(name[i]);
   }
   return key;
 }

@@ -96,7 +96,7 @@ TEST(ArraySlices, LoadsRunsOfElementsInDocumentOrder) {
   std::vector<std::string> runs;
   slices.load(
       bytes.data(), false,
-      [&](JsonReader& json, ondemand::value array, std::int64_t first_sequence,
+      [&](JsonReader& json, ondemand::value& array, std::int64_t first_sequence,
           ArraySlices::Results& list) {
         std::string run = std::to_string(first_sequence) + ":";
         json.for_each_element(array, "results", [&](ondemand::value item) {
@@ -143,7 +143,7 @@ TEST(ArraySlices, GivesUpOnAWarningInASlice) {
   first_walk(bytes, slices, observations, diagnoses);
   EXPECT_THROW(
       slices.load(bytes.data(), false,
-                  [&](JsonReader& json, ondemand::value array, std::int64_t,
+                  [&](JsonReader& json, ondemand::value& array, std::int64_t,
                       ArraySlices::Results& list) {
                     json.for_each_element(
                         array, "results", [&](ondemand::value item) {

@@ -45,8 +45,8 @@ class NodeGatherer {
   ViewSet seen_;
 };
 
-// The collapsing loop over `count` outputs: raw(k) is the k-th output or
-// null, shared(k) its shared pointer. The outputs live apart on the heap, so
+// The collapsing loop over `count` outputs: shared(k) is the k-th output's
+// shared pointer, possibly null. The outputs live apart on the heap, so
 // the loop asks for each one's lines a few outputs ahead: the output's own
 // first, then, once they are there, its message and node list.
 //
@@ -55,11 +55,14 @@ class NodeGatherer {
 // to their records, record by record, in their order. Appending as they
 // come would write into thousands of places at once, and the reference
 // count raised by each copy waits for that write to land.
-template <class Raw, class Shared>
-void collapse_selected(std::size_t count, Raw raw, Shared shared,
+template <class Shared>
+void collapse_selected(std::size_t count, Shared shared,
                        CollapsedList& collapsed,
                        postprocessor::PostprocessorExtensionData& data,
                        postprocessor::Type type) {
+  auto const raw = [&](std::size_t k) -> AnalysisOutput const* {
+    return shared(k).get();
+  };
   // Key of each record -> position of the first record with that key. A
   // record's first output never changes, so neither does its key (a record
   // made here gets its first output, the one that made it, in the second
@@ -186,21 +189,18 @@ void collapse_band(postprocessor::PostprocessorExtensionData& data,
   for (int severity : input.severities) {
     if (severity >= lo && severity <= hi) ++selected_count;
   }
-  // Pointers to the band's outputs, not copies: a copy of each shared
+  // The band's outputs by position, not as copies: a copy of each shared
   // pointer would cost two atomic reference count changes per output.
-  std::vector<AnalysisOutput const*> selected;
-  selected.reserve(selected_count);
   std::vector<std::size_t> positions;
   positions.reserve(selected_count);
   for (std::size_t i = 0; i < input.severities.size(); ++i) {
     int const severity = input.severities[i];
     if (severity >= lo && severity <= hi && input.outputs[i]) {
-      selected.push_back(input.outputs[i].get());
       positions.push_back(i);
     }
   }
   collapse_selected(
-      selected.size(), [&](std::size_t k) { return selected[k]; },
+      positions.size(),
       [&](std::size_t k) -> std::shared_ptr<AnalysisOutput> const& {
         return input.outputs[positions[k]];
       },
@@ -217,7 +217,7 @@ void collapse_outputs(OutputList const& outputs, CollapsedList& collapsed,
                       postprocessor::PostprocessorExtensionData& data,
                       postprocessor::Type type) {
   collapse_selected(
-      outputs.size(), [&](std::size_t k) { return outputs[k].get(); },
+      outputs.size(),
       [&](std::size_t k) -> std::shared_ptr<AnalysisOutput> const& {
         return outputs[k];
       },
