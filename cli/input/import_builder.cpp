@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string>
 #include <utility>
 
 #include "cli/input/definition_tree.hpp"
 #include "cli/input/host_name.hpp"
+#include "cli/input/hostlist.hpp"
 #include "cli/input/input_error.hpp"
 
 namespace vesk {
@@ -69,6 +71,28 @@ void ImportBuilder::add_node(std::string const& hostname,
   node.name = hostname;
   node.hostname = hostname;
   config_.nodes.push_back(std::move(node));
+}
+
+std::vector<std::string> ImportBuilder::add_host_list(
+    std::string_view list, std::string const& place) {
+  std::vector<std::string> names;
+  try {
+    // Counted before it is expanded: a list past the budget costs nothing.
+    std::size_t const left = kMaxImportedHosts - listed_hosts_;
+    if (count_host_list(list, left) > left) {
+      throw InputError(place, "expected at most " +
+                                  std::to_string(kMaxImportedHosts) +
+                                  " names in the host lists of one import, "
+                                  "found more with the host list \"" +
+                                  one_line(list) + "\"");
+    }
+    names = expand_host_list(list);
+  } catch (HostListError const& e) {
+    throw InputError(place, e.what());
+  }
+  listed_hosts_ += names.size();
+  for (auto const& name : names) add_node(name, place);
+  return names;
 }
 
 AnalysisOutput& ImportBuilder::add_finding(Kind kind, std::string id,

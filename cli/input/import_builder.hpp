@@ -28,6 +28,7 @@
 #ifndef VESK_CLI_INPUT_IMPORT_BUILDER_HPP_
 #define VESK_CLI_INPUT_IMPORT_BUILDER_HPP_
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -54,6 +55,9 @@ std::string stable_id(std::string_view prefix, std::string_view message);
 // ImportBuilder
 //
 // One imported input's Config, built up as the input is read.
+// The most names the host lists of one import may stand for together.
+inline constexpr std::size_t kMaxImportedHosts = 1'000'000;
+
 class ImportBuilder {
  public:
   enum Kind { kDiagnosis, kObservation };
@@ -66,6 +70,16 @@ class ImportBuilder {
   // InputError{place, ...} for a name the report could not fold (a number
   // above 32 bits).
   void add_node(std::string const& hostname, std::string const& place);
+
+  // add_host_list()
+  //
+  // The names of the host list `list` ("n[1-4]"), repeats dropped, each
+  // added as a node. All the host lists of one import together may stand
+  // for at most kMaxImportedHosts names, so that a few bytes of input
+  // cannot make millions of nodes. Throws InputError{place, ...} for a
+  // malformed list or one past that budget.
+  std::vector<std::string> add_host_list(std::string_view list,
+                                         std::string const& place);
 
   // add_finding()
   //
@@ -93,6 +107,7 @@ class ImportBuilder {
   std::string title_;
   Config config_;
   std::unordered_map<std::string, bool> nodes_seen_;
+  std::size_t listed_hosts_ = 0;  // names of the host lists so far
   std::int64_t sequence_ = 0;
 };
 

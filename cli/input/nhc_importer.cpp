@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include "cli/input/hostlist.hpp"
 #include "cli/input/import_builder.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
@@ -194,12 +193,7 @@ class NhcImporter {
       if (open != std::string_view::npos) set = trim(set.substr(0, open));
     }
     std::string const place = std::to_string(line_index) + ":1";
-    try {
-      block_nodes_ = expand_host_list(set);
-    } catch (HostListError const& e) {
-      throw InputError(place, e.what());
-    }
-    for (auto const& node : block_nodes_) builder_.add_node(node, place);
+    block_nodes_ = builder_.add_host_list(set, place);
     in_block_ = true;
   }
 

@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "cli/input/hostlist.hpp"
 #include "cli/input/import_builder.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
@@ -299,13 +298,8 @@ class SlurmImporter {
 
   void expand(std::string_view list, std::string const& place,
               std::vector<std::string>& names) {
-    try {
-      for (auto& name : expand_host_list(list)) {
-        builder_.add_node(name, place);
-        names.push_back(std::move(name));
-      }
-    } catch (HostListError const& e) {
-      throw InputError(place, e.what());
+    for (auto& name : builder_.add_host_list(list, place)) {
+      names.push_back(std::move(name));
     }
   }
 

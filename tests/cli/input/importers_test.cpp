@@ -14,6 +14,7 @@
 #include "cli/input/alertmanager_importer.hpp"
 #include "cli/input/byte_source.hpp"
 #include "cli/input/import_builder.hpp"
+#include "cli/input/input_error.hpp"
 #include "cli/input/merge.hpp"
 #include "cli/input/nhc_importer.hpp"
 #include "cli/input/slurm_importer.hpp"
@@ -212,6 +213,38 @@ TEST(ImportAlertmanager, GroupsAreDeduplicatedByFingerprint) {
   };
   EXPECT_EQ(flat(config.observations), expected);
   EXPECT_TRUE(config.diagnoses.empty());
+}
+
+// The host lists of one import stand for at most kMaxImportedHosts names
+// together: a list past what is left is refused before it is expanded,
+// at the place of its header.
+TEST(ImportNhc, HostListsOfOneImportHaveABudget) {
+  auto error_of = [](std::string const& text) -> std::string {
+    try {
+      (void)import_nhc(text);
+    } catch (InputError const& e) {
+      return e.place + "|" + e.what();
+    }
+    return "";
+  };
+  std::string const words =
+      "expected at most 1000000 names in the host lists of one import, "
+      "found more with the host list ";
+  EXPECT_EQ(error_of("---------------\nn[1-1000001]\n---------------\n"
+                     "ERROR: nhc: check_x: y\n"),
+            "2:1|" + words + "\"n[1-1000001]\"");
+  EXPECT_EQ(error_of("---------------\na[1-400000]\n---------------\n"
+                     "ERROR: nhc: check_x: y\n"
+                     "---------------\nb[1-600001]\n---------------\n"
+                     "ERROR: nhc: check_x: y\n"),
+            "6:1|" + words + "\"b[1-600001]\"");
+  // Up to the budget, the lists are taken.
+  Config const config = import_nhc(
+      "---------------\na[1-400000]\n---------------\n"
+      "ERROR: nhc: check_x: y\n"
+      "---------------\nb[1-600000]\n---------------\n"
+      "ERROR: nhc: check_x: y\n");
+  EXPECT_EQ(config.nodes.size(), kMaxImportedHosts);
 }
 
 TEST(ImportNhc, LineShapes) {
