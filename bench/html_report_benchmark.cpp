@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/model/report_model.hpp"
 #include "cli/output/html_writer.hpp"
-#include "cli/output/report_model.hpp"
 #include "support/synthetic_cluster.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"

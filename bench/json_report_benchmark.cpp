@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "cli/model/report_model.hpp"
 #include "cli/output/json_writer.hpp"
-#include "cli/output/report_model.hpp"
 
 #include <benchmark/benchmark.h>
 

@@ -23,6 +23,7 @@
 #include "cli/input/host_name.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
+#include "cli/model/report_time.hpp"
 
 #include <simdjson.h>
 
@@ -448,50 +449,6 @@ void Baseline::add_issue(IssueKind kind, std::string id, std::string message,
   issue.nodes.erase(std::unique(issue.nodes.begin(), issue.nodes.end()),
                     issue.nodes.end());
   issues.push_back(std::move(issue));
-}
-
-void NodeHistory::push(bool with_issues) {
-  if (size_ == kMaxRuns) {
-    bits_ = static_cast<std::uint16_t>(bits_ >> 1);
-    --size_;
-  }
-  if (with_issues) bits_ = static_cast<std::uint16_t>(bits_ | (1U << size_));
-  ++size_;
-}
-
-int NodeHistory::transitions() const {
-  int changes = 0;
-  for (int i = 1; i < size_; ++i) {
-    if (at(i) != at(i - 1)) ++changes;
-  }
-  return changes;
-}
-
-bool is_report_time(std::string_view text) {
-  // YYYY-MM-DDTHH:MM:SSZ
-  static constexpr std::string_view kShape = "dddd-dd-ddTdd:dd:ddZ";
-  if (text.size() != kShape.size()) return false;
-  for (std::size_t i = 0; i < kShape.size(); ++i) {
-    bool const ok = kShape[i] == 'd' ? text[i] >= '0' && text[i] <= '9'
-                                     : text[i] == kShape[i];
-    if (!ok) return false;
-  }
-  auto number = [&](std::size_t at, std::size_t digits) {
-    int value = 0;
-    for (std::size_t i = at; i < at + digits; ++i)
-      value = value * 10 + (text[i] - '0');
-    return value;
-  };
-  int const year = number(0, 4);
-  int const month = number(5, 2);
-  int const day = number(8, 2);
-  if (month < 1 || month > 12 || day < 1) return false;
-  static constexpr int kDays[] = {31, 29, 31, 30, 31, 30,
-                                  31, 31, 30, 31, 30, 31};
-  bool const leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  int const days = month == 2 && !leap ? 28 : kDays[month - 1];
-  return day <= days && number(11, 2) <= 23 && number(14, 2) <= 59 &&
-         number(17, 2) <= 60;
 }
 
 Baseline read_baseline(std::string const& path) {

@@ -42,47 +42,11 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_changes.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {
-
-// NodeHistory
-//
-// Whether one node had issues in each of the last runs of a chain of runs
-// (this run, its baseline, that run's baseline, ...), oldest first, at most
-// kMaxRuns of them. A run counts as one "with issues" for a node when the
-// node is among that run's nodes with issues; a run that found none on it,
-// or did not test it, counts as one without.
-class NodeHistory {
- public:
-  static constexpr int kMaxRuns = 10;
-
-  // Appends the newest run, dropping the oldest beyond kMaxRuns.
-  void push(bool with_issues);
-
-  int size() const { return size_; }
-  // Run `i`, 0 the oldest.
-  bool at(int i) const { return ((bits_ >> i) & 1U) != 0; }
-  // True when any run of the history had issues on the node.
-  bool any() const { return bits_ != 0; }
-  // How often the state changed between consecutive runs: from 0 to
-  // size() - 1.
-  int transitions() const;
-  // A node flaps when its state changed at least kFlappingTransitions
-  // times within its history (of at most ten runs, so at most nine
-  // changes).
-  static constexpr int kFlappingTransitions = 4;
-  bool flapping() const { return transitions() >= kFlappingTransitions; }
-
-  friend bool operator==(NodeHistory const& a, NodeHistory const& b) {
-    return a.size_ == b.size_ && a.bits_ == b.bits_;
-  }
-
- private:
-  std::uint16_t bits_ = 0;  // bit i: run i, 0 the oldest
-  int size_ = 0;
-};
 
 // HostTable
 //
@@ -159,13 +123,6 @@ Baseline read_baseline(std::string const& path);
 //
 // As read_baseline(), from bytes already in memory (the tests).
 Baseline read_baseline_text(std::string_view text, std::string const& path);
-
-// is_report_time()
-//
-// True when `text` is a time as reports write it: RFC 3339 in UTC, to the
-// second, "YYYY-MM-DDTHH:MM:SSZ", with a real month, day, hour, minute and
-// second (a leap second 60 allowed).
-bool is_report_time(std::string_view text);
 
 }  // namespace cli
 }  // namespace vesk

@@ -14,21 +14,13 @@
 #include <unordered_map>
 #include <utility>
 
-#include "cli/output/json_writer.hpp"
+#include "cli/model/issue_identity.hpp"
+#include "cli/model/report_time.hpp"
 #include "cli/parallel.hpp"
 
 namespace vesk {
 namespace cli {
 namespace {
-
-// An identity as a sort key: id, then message, then kind, so the maps
-// below hand out their entries in the order the lists are written.
-using IdentityKey = std::tuple<std::string_view, std::string_view, int>;
-
-IdentityKey key_of(IssueKind kind, std::string const& id,
-                   std::string const& message) {
-  return {id, message, static_cast<int>(kind)};
-}
 
 std::vector<std::string> sorted_union(std::vector<std::string> const& a,
                                       std::vector<std::string> const& b) {
@@ -121,10 +113,6 @@ IssueIdentity identity_of(Side const& side, Hosts const& hosts) {
 
 }  // namespace
 
-char const* change_name(IssueChange change) {
-  return change == IssueChange::kNew ? "new" : "persisting";
-}
-
 ReportChanges compare_with_baseline(ReportModel const& model,
                                     Baseline const& baseline) {
   ReportChanges changes;
@@ -136,7 +124,7 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   Hosts hosts(baseline.hosts);
   std::map<IdentityKey, Side> before;
   for (auto const& issue : baseline.issues) {
-    Side& side = before[key_of(issue.kind, issue.id, issue.message)];
+    Side& side = before[identity_key(issue.kind, issue.id, issue.message)];
     std::string const& seen =
         issue.first_seen.empty() ? baseline.generated_at : issue.first_seen;
     if (side.id == nullptr) {
@@ -187,7 +175,7 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   std::map<IdentityKey, Side> now;
   for (std::size_t k = 0; k < model.issues.size(); ++k) {
     ReportIssue const& issue = model.issues[k];
-    Side& side = now[key_of(issue.kind, issue.id, issue.message)];
+    Side& side = now[identity_key(issue.kind, issue.id, issue.message)];
     HostSet& nodes = issue_hosts[k];
     if (side.id == nullptr) {
       side = Side{issue.kind, &issue.id, &issue.message, std::move(nodes), ""};
@@ -222,7 +210,7 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   // Each issue of this run.
   changes.issues.reserve(model.issues.size());
   for (auto const& issue : model.issues) {
-    IdentityKey const key = key_of(issue.kind, issue.id, issue.message);
+    IdentityKey const key = identity_key(issue.kind, issue.id, issue.message);
     IssueComparison compared;
     auto const found = before.find(key);
     if (found == before.end()) {

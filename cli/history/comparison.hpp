@@ -56,75 +56,11 @@
 #include <vector>
 
 #include "cli/history/baseline.hpp"
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_changes.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {
-
-enum class IssueChange { kNew, kPersisting };
-
-// "new" or "persisting".
-char const* change_name(IssueChange change);
-
-// What this run's issue is against the baseline.
-struct IssueComparison {
-  IssueChange change = IssueChange::kNew;
-  std::string first_seen;  // RFC 3339 UTC
-  // Persisting only: the nodes of its identity gained and lost since the
-  // baseline, sorted.
-  std::vector<std::string> nodes_gained;
-  std::vector<std::string> nodes_lost;
-};
-
-// One identity of this run, or of the baseline, with the union of the
-// nodes of its issues (sorted, distinct).
-struct IssueIdentity {
-  IssueKind kind = IssueKind::kObservation;
-  std::string id;
-  std::string message;
-  std::vector<std::string> nodes;
-  std::string first_seen;
-};
-
-// A persisting identity whose nodes changed.
-struct ChangedIssue {
-  IssueKind kind = IssueKind::kObservation;
-  std::string id;
-  std::string message;
-  std::vector<std::string> nodes_gained;
-  std::vector<std::string> nodes_lost;
-};
-
-// One node's history, this run included.
-struct NodeHistoryEntry {
-  std::string node;
-  NodeHistory history;
-};
-
-// ReportChanges
-struct ReportChanges {
-  std::string baseline_path;
-  std::string baseline_generated_at;
-  std::string baseline_schema_version;
-  std::string generated_at;  // this run's time, RFC 3339 UTC
-
-  // One per issue of the model, by ref.
-  std::vector<IssueComparison> issues;
-  std::size_t new_issues = 0;         // issues of this run that are new
-  std::size_t persisting_issues = 0;  // and that persist
-
-  // Each list sorted by id, then message, then kind.
-  std::vector<IssueIdentity> new_identities;
-  std::vector<IssueIdentity> resolved;
-  std::vector<ChangedIssue> changed;
-
-  std::vector<std::string> new_nodes;        // newly with issues, sorted
-  std::vector<std::string> recovered_nodes;  // sorted
-
-  int history_runs = 1;                     // runs the histories cover
-  std::vector<NodeHistoryEntry> history;    // sorted by node
-  std::vector<std::string> flapping_nodes;  // sorted
-};
 
 // compare_with_baseline()
 //

@@ -38,7 +38,7 @@
 
 #include <string>
 
-#include "cli/history/comparison.hpp"
+#include "cli/model/report_changes.hpp"
 
 namespace vesk {
 namespace cli {

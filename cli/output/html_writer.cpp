@@ -15,8 +15,9 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cli/history/comparison.hpp"
-#include "cli/output/blast_radius.hpp"
+#include "cli/model/blast_radius.hpp"
+#include "cli/model/report_changes.hpp"
+#include "cli/model/report_time.hpp"
 #include "cli/output/html_assets.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
@@ -139,15 +140,6 @@ std::string script_hash_source() {
   return out;
 }
 
-std::string utc_time(std::time_t time) {
-  std::tm parts{};
-  if (gmtime_r(&time, &parts) == nullptr) return std::to_string(time);
-  char text[32];
-  std::size_t const size =
-      std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return std::string(text, size);
-}
-
 // The cell class and the band class of issues: 0 for a node without issues,
 // then one per band, worst last.
 int band_level(Band band) { return static_cast<int>(band) + 1; }
@@ -208,7 +200,7 @@ void write_summary(Page& page, ReportModel const& model) {
   page.raw("<header>\n<h1>Cluster health report <span class=\"verdict ")
       .raw(model.passed ? "pass\">PASS" : "fail\">FAIL")
       .raw("</span></h1>\n<p class=\"meta\">")
-      .raw(utc_time(model.generated_at))
+      .raw(utc_text_or_seconds(model.generated_at))
       .raw(" &middot; ")
       .text(model.run.generator)
       .raw(" &middot; severity threshold ")

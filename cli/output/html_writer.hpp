@@ -39,7 +39,7 @@
 #include <string>
 #include <string_view>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {

@@ -4,8 +4,9 @@
 
 #include "cli/output/json_writer.hpp"
 
-#include "cli/history/comparison.hpp"
-#include "cli/output/blast_radius.hpp"
+#include "cli/model/blast_radius.hpp"
+#include "cli/model/report_changes.hpp"
+#include "cli/model/report_time.hpp"
 
 #include <rapidjson/encodings.h>
 #include <rapidjson/rapidjson.h>
@@ -319,22 +320,6 @@ void write_changes(Emitter& json, ReportChanges const& changes) {
 }
 
 }  // namespace
-
-std::string rfc3339_utc(std::time_t time) {
-  std::tm utc{};
-  if (::gmtime_r(&time, &utc) == nullptr) {
-    throw std::runtime_error("cannot write the JSON report: the time " +
-                             std::to_string(time) + " has no date");
-  }
-  char text[64];
-  std::size_t const size =
-      std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
-  if (size == 0) {
-    throw std::runtime_error("cannot write the JSON report: the time " +
-                             std::to_string(time) + " has no date");
-  }
-  return std::string(text, size);
-}
 
 void write_json_report(ReportModel const& model, std::ostream& out) {
   BufferedStream stream(out);

@@ -26,7 +26,7 @@
 #include <ostream>
 #include <string>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {
@@ -47,12 +47,6 @@ inline constexpr char const* kJsonSchemaVersion = "1.2";
 // fails; what was written by then is not a complete report, and the
 // caller discards it.
 void write_json_report(ReportModel const& model, std::ostream& out);
-
-// rfc3339_utc()
-//
-// `time` as the report's "generated_at" text: UTC, to the second,
-// "2026-11-23T13:00:00Z".
-std::string rfc3339_utc(std::time_t time);
 
 }  // namespace cli
 }  // namespace vesk

@@ -8,7 +8,7 @@
 
 #include "cli/output/prometheus_writer.hpp"
 
-#include "cli/history/comparison.hpp"
+#include "cli/model/report_changes.hpp"
 
 #include <algorithm>
 #include <cstddef>

@@ -22,7 +22,7 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {

@@ -16,6 +16,7 @@
 
 #include "cli/input/hostlist.hpp"
 #include "cli/input/input_error.hpp"
+#include "cli/model/report_time.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 #include "vesk/tokenized_host/tokenized_host.hpp"
 
@@ -25,14 +26,6 @@ namespace {
 
 // The definition that a slurm import's findings are signed to.
 constexpr char const* kSchedulerDefinition = "import/slurm";
-
-std::string utc_time(std::time_t t) {
-  std::tm tm{};
-  if (::gmtime_r(&t, &tm) == nullptr) return std::to_string(t);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &tm);
-  return text;
-}
 
 bool from_scheduler(ReportIssue const& issue) {
   return std::find(issue.framework_definitions.begin(),
@@ -233,7 +226,7 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
       << "#\n"
       << "# Drains the nodes of the issues contributing to FAIL in the "
          "health check\n"
-      << "# report of " << utc_time(model.generated_at);
+      << "# report of " << utc_text_or_seconds(model.generated_at);
   if (!model.run.generator.empty())
     out << " (" << one_line(model.run.generator) << ")";
   out << ".\n"

@@ -51,7 +51,7 @@
 #include <vector>
 
 #include "cli/input/scheduler_states.hpp"
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {

@@ -21,9 +21,9 @@
 #include "cli/history/baseline.hpp"
 #include "cli/history/comparison.hpp"
 #include "cli/input/input_error.hpp"
+#include "cli/model/report_model.hpp"
 #include "cli/output/changes_text.hpp"
 #include "cli/output/json_writer.hpp"
-#include "cli/output/report_model.hpp"
 #include "fuzz/fuzz_support.hpp"
 
 namespace {

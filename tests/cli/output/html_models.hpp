@@ -34,7 +34,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 #include "support/held_names.hpp"
 
 namespace vesk {

@@ -23,7 +23,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 #include "support/report_schema.hpp"
 #include "support/temp_file.hpp"
 
@@ -527,13 +527,6 @@ TEST(JsonWriter, LargeReportIsWhole) {
   EXPECT_EQ(text(issues.at(19999)["id"]), "check-19999");
   EXPECT_EQ(text(json.root["framework_definitions"].at(1)["name"]),
             "/fwd/skip.xml");
-}
-
-TEST(Rfc3339Utc, FormatsInUtcToTheSecond) {
-  EXPECT_EQ(rfc3339_utc(kNoon), "2026-11-23T13:00:00Z");
-  EXPECT_EQ(rfc3339_utc(0), "1970-01-01T00:00:00Z");
-  EXPECT_EQ(rfc3339_utc(951782400), "2000-02-29T00:00:00Z");
-  EXPECT_EQ(rfc3339_utc(253402300799), "9999-12-31T23:59:59Z");
 }
 
 TEST(JsonWriter, ReportsAreValidAgainstTheSchema) {

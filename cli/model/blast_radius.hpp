@@ -34,8 +34,8 @@
 //                               // (55%); fills rack2; most in rack1 (2 of
 //                               // 20)"
 
-#ifndef VESK_CLI_OUTPUT_BLAST_RADIUS_HPP_
-#define VESK_CLI_OUTPUT_BLAST_RADIUS_HPP_
+#ifndef VESK_CLI_MODEL_BLAST_RADIUS_HPP_
+#define VESK_CLI_MODEL_BLAST_RADIUS_HPP_
 
 #include <cstddef>
 #include <string>
@@ -43,7 +43,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 namespace vesk {
 namespace cli {
@@ -106,4 +106,4 @@ std::vector<std::string> blast_radius_texts(ReportModel const& model);
 }  // namespace cli
 }  // namespace vesk
 
-#endif  // VESK_CLI_OUTPUT_BLAST_RADIUS_HPP_
+#endif  // VESK_CLI_MODEL_BLAST_RADIUS_HPP_

@@ -8,7 +8,7 @@
 // number of issues, raw results and links (plus the sorting the printed
 // report does too).
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 #include <algorithm>
 #include <bitset>

@@ -2,7 +2,7 @@
 //
 // File: blast_radius.cpp
 
-#include "cli/output/blast_radius.hpp"
+#include "cli/model/blast_radius.hpp"
 
 #include <algorithm>
 #include <map>

@@ -32,8 +32,8 @@
 //   int status = vesk::cli::build_report_model(uf, data, run, model);
 //   model.issues.front().number;  // 1
 
-#ifndef VESK_CLI_OUTPUT_REPORT_MODEL_HPP_
-#define VESK_CLI_OUTPUT_REPORT_MODEL_HPP_
+#ifndef VESK_CLI_MODEL_REPORT_MODEL_HPP_
+#define VESK_CLI_MODEL_REPORT_MODEL_HPP_
 
 #include <bitset>
 #include <cstddef>
@@ -177,7 +177,7 @@ struct ReportDefinition {
   int other_issues = 0;  // listed issues on the other side that name it
 };
 
-struct ReportChanges;  // cli/history/comparison.hpp
+struct ReportChanges;  // cli/model/report_changes.hpp
 
 // ReportModel
 struct ReportModel {
@@ -227,4 +227,4 @@ inline constexpr std::size_t kIssuesOnTwoThreads = 128;
 }  // namespace cli
 }  // namespace vesk
 
-#endif  // VESK_CLI_OUTPUT_REPORT_MODEL_HPP_
+#endif  // VESK_CLI_MODEL_REPORT_MODEL_HPP_

@@ -9,7 +9,7 @@
 // against it. A small hand-worked cluster pins the refs themselves. The
 // generated clusters' JSON reports are also checked against the schema.
 
-#include "cli/output/report_model.hpp"
+#include "cli/model/report_model.hpp"
 
 #include <algorithm>
 #include <cstddef>

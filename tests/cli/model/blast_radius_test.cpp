@@ -5,7 +5,7 @@
 // An issue's reach over the tested nodes and their groups, and the text
 // line that --blast-radius prints, on hand-built report models.
 
-#include "cli/output/blast_radius.hpp"
+#include "cli/model/blast_radius.hpp"
 
 #include <cstdio>
 #include <string>
