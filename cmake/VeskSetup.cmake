@@ -59,4 +59,19 @@ if(VESK_BUILD_FUZZ)
       "installs it).")
   endif()
   add_compile_options(-fsanitize=fuzzer-no-link)
+  # The instrumentation calls into libFuzzer's runtime. The fuzz programs
+  # link all of libFuzzer; every other program (vesk-report, the test
+  # suites, the corpus replays, the install consumers) links its runtime
+  # without main(), so a fuzz build links whatever else it builds.
+  execute_process(
+    COMMAND ${CMAKE_CXX_COMPILER}
+            -print-file-name=libclang_rt.fuzzer_no_main-${CMAKE_SYSTEM_PROCESSOR}.a
+    OUTPUT_VARIABLE VESK_FUZZER_NO_MAIN OUTPUT_STRIP_TRAILING_WHITESPACE)
+  if(NOT EXISTS "${VESK_FUZZER_NO_MAIN}")
+    message(FATAL_ERROR
+      "VESK_BUILD_FUZZ=ON: ${CMAKE_CXX_COMPILER} has no libFuzzer runtime "
+      "without main() (libclang_rt.fuzzer_no_main; on Debian, in "
+      "libclang-rt-14-dev).")
+  endif()
+  link_libraries("$<$<AND:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>,$<NOT:$<BOOL:$<TARGET_PROPERTY:VESK_LIBFUZZER_PROGRAM>>>>:${VESK_FUZZER_NO_MAIN}>")
 endif()

@@ -1,7 +1,8 @@
 # Builds and runs the consumer host with nothing but the flags that
 # `pkg-config --cflags --libs vesk` gives for the staged install.
 #   cmake -DPKG_CONFIG=<pkg-config> -DPKG_CONFIG_DIR=<dir of vesk.pc>
-#         -DCXX=<compiler> -DEXTRA_FLAGS=<;-list> -DSOURCE=<main.cpp>
+#         -DCXX=<compiler> -DEXTRA_FLAGS=<;-list> [-DEXTRA_LIBS=<;-list>]
+#         -DSOURCE=<main.cpp>
 #         -DOUTPUT=<executable> -P pkg_config_consumer.cmake
 set(ENV{PKG_CONFIG_PATH} "${PKG_CONFIG_DIR}")
 execute_process(COMMAND "${PKG_CONFIG}" --cflags --libs vesk
@@ -18,7 +19,7 @@ message(STATUS "pkg-config flags: ${flags}")
 separate_arguments(flags UNIX_COMMAND "${flags}")
 
 execute_process(
-  COMMAND "${CXX}" ${EXTRA_FLAGS} "${SOURCE}" -o "${OUTPUT}" ${flags}
+  COMMAND "${CXX}" ${EXTRA_FLAGS} "${SOURCE}" -o "${OUTPUT}" ${flags} ${EXTRA_LIBS}
           "-Wl,-rpath,${libdir}"
   RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
