@@ -456,6 +456,21 @@ Baseline read_baseline(std::string const& path) {
   return read_bytes(bytes.data(), bytes.size(), bytes.capacity(), path);
 }
 
+EarlyBaseline::EarlyBaseline(std::optional<std::string> const& path) {
+  if (!path) return;
+  label_ = *path == "-" ? "(standard input)" : *path;
+  pending_ = std::async(std::launch::async,
+                        [path = *path] { return read_baseline(path); });
+}
+
+std::optional<Baseline> EarlyBaseline::take(std::string& label) {
+  if (!pending_.valid()) return std::nullopt;
+  std::string const current = std::exchange(label, label_);
+  Baseline taken = pending_.get();
+  label = current;
+  return taken;
+}
+
 Baseline read_baseline_text(std::string_view text, std::string const& path) {
   std::string copy(text);
   copy.append(simdjson::SIMDJSON_PADDING, '\0');

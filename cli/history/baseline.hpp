@@ -38,6 +38,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <future>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -118,6 +120,51 @@ struct Baseline {
 // it cannot be used; the place names a key path ("issues[3].kind") or a
 // "line:column" position, or is "" when the file itself is the problem.
 Baseline read_baseline(std::string const& path);
+
+// EarlyBaseline
+//
+// The baseline read on a thread of its own while the inputs load: a 95 MB
+// report of a big cluster takes as long to read as the document. A
+// baseline that cannot be used still ends the run as if it had been read
+// first: its error is the one told, under its own name, before anything
+// is written.
+//
+//   EarlyBaseline early(options.baseline);   // starts reading
+//   auto inputs = early.first([&] { return read_inputs(...); }, label);
+//   std::optional<Baseline> baseline = early.take(label);
+class EarlyBaseline {
+ public:
+  // Starts reading `path` ("-": standard input); nothing without one.
+  explicit EarlyBaseline(std::optional<std::string> const& path);
+  EarlyBaseline(EarlyBaseline const&) = delete;
+  EarlyBaseline& operator=(EarlyBaseline const&) = delete;
+
+  // first()
+  //
+  // Returns `read()`. When it throws, the baseline is waited for first:
+  // its error, if it has one, is thrown instead (under its name in
+  // `label`); else what `read` threw is rethrown.
+  template <class Read>
+  auto first(Read&& read, std::string& label) {
+    try {
+      return read();
+    } catch (...) {
+      if (pending_.valid()) take(label);
+      throw;
+    }
+  }
+
+  // take()
+  //
+  // The baseline, waited for (nothing without one, or once taken). While
+  // it is waited for, `label` names it, so an InputError it throws is told
+  // under its name; afterwards `label` is as it was.
+  std::optional<Baseline> take(std::string& label);
+
+ private:
+  std::string label_;
+  std::future<Baseline> pending_;
+};
 
 // read_baseline_text()
 //

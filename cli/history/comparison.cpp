@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <string_view>
 #include <tuple>
 #include <unordered_map>
@@ -275,6 +276,13 @@ ReportChanges compare_with_baseline(ReportModel const& model,
     changes.history.push_back(NodeHistoryEntry{node, history});
   }
   return changes;
+}
+
+void compare_with_history(ReportModel& model,
+                          std::optional<Baseline> baseline) {
+  if (!baseline) return;
+  model.changes = std::make_shared<ReportChanges const>(
+      compare_with_baseline(model, *baseline));
 }
 
 }  // namespace cli

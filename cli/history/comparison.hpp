@@ -52,6 +52,7 @@
 #define VESK_CLI_HISTORY_COMPARISON_HPP_
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,14 @@ namespace cli {
 // Compares `model` (this run) with `baseline`, as described above.
 ReportChanges compare_with_baseline(ReportModel const& model,
                                     Baseline const& baseline);
+
+// compare_with_history()
+//
+// The run's stage that says what changed: with an earlier run's report
+// (--baseline), sets model.changes to the comparison with it; without
+// one, leaves the model as it is. The baseline is let go once compared:
+// what the writers need of it is in the changes.
+void compare_with_history(ReportModel& model, std::optional<Baseline> baseline);
 
 }  // namespace cli
 }  // namespace vesk

@@ -551,5 +551,15 @@ int build_report_model(UtilityFunctions& uf,
   return list_definitions(uf, model, data);
 }
 
+void build_model(postprocessor::UtilityFunctions& uf,
+                 postprocessor::PostprocessorExtensionData const& data,
+                 RunInfo run, LibraryErrorLines& lines, ReportModel& model) {
+  SinkOverride const nowhere({});
+  lines.quiet([&] {
+    (void)build_report_model(uf, data, std::move(run), model);
+    return 0;
+  });
+}
+
 }  // namespace cli
 }  // namespace vesk

@@ -46,6 +46,7 @@
 #include <vector>
 
 #include "cli/input/scheduler_states.hpp"
+#include "cli/library_output.hpp"
 #include "vesk/common/analysis_output.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
@@ -223,6 +224,16 @@ inline constexpr std::size_t kIssuesOnTwoThreads = 128;
     postprocessor::UtilityFunctions& uf,
     postprocessor::PostprocessorExtensionData const& data, RunInfo run,
     ReportModel& model);
+
+// build_model()
+//
+// The run's stage that builds the model: build_report_model() with the
+// output log's sink pointed nowhere and the library's lines on std::cerr
+// dropped (`lines`), since the printed report's rendering, which maps the
+// same results, is what tells a mapping failure.
+void build_model(postprocessor::UtilityFunctions& uf,
+                 postprocessor::PostprocessorExtensionData const& data,
+                 RunInfo run, LibraryErrorLines& lines, ReportModel& model);
 
 }  // namespace cli
 }  // namespace vesk

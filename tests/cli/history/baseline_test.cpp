@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -277,6 +278,51 @@ TEST(Baseline, RefusesFilesThatCannotBeRead) {
   }
   ASSERT_EQ(::chmod(file.path().c_str(), 0600), 0);
   EXPECT_EQ(read_baseline(file.path()).issues.size(), 2u);
+}
+
+// The early read: the inputs' reading runs while the baseline is read, and
+// the baseline's error, when it has one, is the one told, under its name.
+TEST(EarlyBaseline, ItsErrorComesFirstUnderItsOwnName) {
+  testing::TempFile const file("early-baseline.json");
+  file.write(kReport10);
+  std::string label = "cluster.json";
+  {
+    EarlyBaseline early(std::optional<std::string>(file.path()));
+    int const read = early.first([] { return 42; }, label);
+    EXPECT_EQ(read, 42);
+    std::optional<Baseline> const baseline = early.take(label);
+    ASSERT_TRUE(baseline.has_value());
+    EXPECT_EQ(baseline->generated_at, "2026-11-22T06:00:00Z");
+    EXPECT_EQ(label, "cluster.json");             // as it was
+    EXPECT_FALSE(early.take(label).has_value());  // taken once
+  }
+  {
+    EarlyBaseline early(std::optional<std::string>("/nonexistent/last.json"));
+    try {
+      early.first([]() -> int { throw InputError("x", "the document's"); },
+                  label);
+      ADD_FAILURE() << "expected InputError";
+    } catch (InputError const& e) {
+      EXPECT_EQ(label, "/nonexistent/last.json");
+      EXPECT_EQ(std::string(e.what()),
+                "expected a readable file (No such file or directory)");
+    }
+  }
+  {
+    label = "cluster.json";
+    EarlyBaseline early(std::optional<std::string>(file.path()));
+    try {
+      early.first([]() -> int { throw InputError("x", "the document's"); },
+                  label);
+      ADD_FAILURE() << "expected InputError";
+    } catch (InputError const& e) {
+      // A usable baseline leaves the inputs' own error to be told.
+      EXPECT_EQ(label, "cluster.json");
+      EXPECT_EQ(std::string(e.what()), "the document's");
+    }
+  }
+  EarlyBaseline none(std::nullopt);
+  EXPECT_FALSE(none.take(label).has_value());
 }
 
 }  // namespace
