@@ -50,14 +50,6 @@ namespace cli {
 // the caller checks `out`'s state after it.
 void write_html_report(ReportModel const& model, std::ostream& out);
 
-// html_escape()
-//
-// `text` as it may stand in element text or a double-quoted attribute
-// value: & < > " ' as character references, a carriage return as &#13;,
-// other control characters but tab and line feed (which the input reader
-// has normally turned into visible escapes already) as U+FFFD.
-std::string html_escape(std::string_view text);
-
 }  // namespace cli
 }  // namespace vesk
 

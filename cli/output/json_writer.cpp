@@ -4,13 +4,10 @@
 
 #include "cli/output/json_writer.hpp"
 
+#include "cli/escape/json.hpp"
 #include "cli/model/blast_radius.hpp"
 #include "cli/model/report_changes.hpp"
 #include "cli/model/report_time.hpp"
-
-#include <rapidjson/encodings.h>
-#include <rapidjson/rapidjson.h>
-#include <rapidjson/writer.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -25,145 +22,7 @@ namespace cli {
 
 namespace {
 
-// An output stream for RapidJSON's Writer that collects the text in a
-// buffer of its own and hands it to `out` in large blocks: the writer
-// puts one character at a time, which std::ostream would make costly.
-// A failed write of `out` throws at once, so a full disk stops the report
-// instead of being noticed at its end.
-class BufferedStream {
- public:
-  using Ch = char;
-
-  explicit BufferedStream(std::ostream& out)
-      : out_(out), buffer_(new char[kSize]) {}
-
-  void Put(char c) {
-    if (size_ == kSize) Drain();
-    buffer_[size_++] = c;
-  }
-  void Flush() { Drain(); }
-
- private:
-  static constexpr std::size_t kSize = std::size_t{1} << 16;
-
-  void Drain() {
-    if (size_ == 0) return;
-    out_.write(buffer_.get(), static_cast<std::streamsize>(size_));
-    size_ = 0;
-    if (!out_) throw std::runtime_error("cannot write the JSON report");
-  }
-
-  std::ostream& out_;
-  std::unique_ptr<char[]> buffer_;
-  std::size_t size_ = 0;
-};
-
-// Strings are checked to be UTF-8 as they are written: the input readers
-// accept nothing else, so a failure here is a fault, and the report is
-// refused rather than written as text that is not JSON.
-using Writer = rapidjson::Writer<BufferedStream, rapidjson::UTF8<>,
-                                 rapidjson::UTF8<>, rapidjson::CrtAllocator,
-                                 rapidjson::kWriteValidateEncodingFlag>;
-
-// The report's fields through a Writer whose every call is checked.
-class Emitter {
- public:
-  explicit Emitter(BufferedStream& stream) : writer_(stream) {}
-
-  void begin_object() { check(writer_.StartObject()); }
-  void end_object() { check(writer_.EndObject()); }
-  void begin_array() { check(writer_.StartArray()); }
-  void end_array() { check(writer_.EndArray()); }
-
-  // Starts the member `name`; its value is written next.
-  void key(char const* name) {
-    key_ = name;
-    check(writer_.Key(name));
-  }
-
-  void string(std::string_view text) {
-    if (text.size() > std::numeric_limits<rapidjson::SizeType>::max()) {
-      throw std::runtime_error(std::string("cannot write the JSON report: \"") +
-                               key_ + "\" holds a text that is too long");
-    }
-    if (!writer_.String(text.data(),
-                        static_cast<rapidjson::SizeType>(text.size()))) {
-      throw std::runtime_error(std::string("cannot write the JSON report: \"") +
-                               key_ + "\" holds a text that is not UTF-8");
-    }
-  }
-  void string(char const* text) { check(writer_.String(text)); }
-  void null() { check(writer_.Null()); }
-  void boolean(bool value) { check(writer_.Bool(value)); }
-  void integer(std::int64_t value) { check(writer_.Int64(value)); }
-  void index(std::size_t value) {
-    check(writer_.Uint64(static_cast<std::uint64_t>(value)));
-  }
-  // The shortest text that reads back as the same double.
-  void number(double value) { check(writer_.Double(value)); }
-
-  // The members of the current object, one call per member.
-  void member(char const* name, std::string_view text) {
-    key(name);
-    string(text);
-  }
-  void member(char const* name, char const* text) {
-    key(name);
-    string(text);
-  }
-  void member(char const* name, std::int64_t value) {
-    key(name);
-    integer(value);
-  }
-  void member(char const* name, int value) {
-    member(name, std::int64_t{value});
-  }
-  void member_index(char const* name, std::size_t value) {
-    key(name);
-    index(value);
-  }
-  void member_bool(char const* name, bool value) {
-    key(name);
-    boolean(value);
-  }
-  // A text, or null when it is empty.
-  void member_or_null(char const* name, std::string const& text) {
-    key(name);
-    if (text.empty()) {
-      null();
-    } else {
-      string(text);
-    }
-  }
-
-  void strings(std::vector<std::string> const& texts) {
-    begin_array();
-    for (auto const& text : texts) string(text);
-    end_array();
-  }
-  void indexes(std::vector<std::size_t> const& values) {
-    begin_array();
-    for (std::size_t value : values) index(value);
-    end_array();
-  }
-
-  bool complete() const { return writer_.IsComplete(); }
-
- private:
-  // Only a string can fail on its own; anything else failing means the
-  // calls above were not nested as JSON needs.
-  void check(bool ok) const {
-    if (!ok) {
-      throw std::runtime_error(std::string("cannot write the JSON report: \"") +
-                               key_ + "\" was not written");
-    }
-  }
-
-  Writer writer_;
-  char const* key_ = "";
-};
-
-void write_section_count(Emitter& json, SectionCount const& section) {
+void write_section_count(JsonEmitter& json, SectionCount const& section) {
   json.begin_object();
   json.member("diagnoses", section.diagnoses);
   json.member("observations", section.observations);
@@ -183,7 +42,7 @@ void write_section_count(Emitter& json, SectionCount const& section) {
 }
 
 // With a baseline: how the issue stands against it.
-void write_issue_change(Emitter& json, IssueComparison const& compared) {
+void write_issue_change(JsonEmitter& json, IssueComparison const& compared) {
   json.member("change", change_name(compared.change));
   json.member("first_seen", compared.first_seen);
   if (compared.change != IssueChange::kPersisting) return;
@@ -194,7 +53,7 @@ void write_issue_change(Emitter& json, IssueComparison const& compared) {
 }
 
 // The issue's reach over the tested nodes and their groups.
-void write_blast_radius(Emitter& json, BlastRadius const& radius) {
+void write_blast_radius(JsonEmitter& json, BlastRadius const& radius) {
   json.begin_object();
   json.member_index("nodes", radius.nodes);
   json.member_index("nodes_tested", radius.nodes_tested);
@@ -214,7 +73,7 @@ void write_blast_radius(Emitter& json, BlastRadius const& radius) {
   json.end_object();
 }
 
-void write_issue(Emitter& json, ReportIssue const& issue,
+void write_issue(JsonEmitter& json, ReportIssue const& issue,
                  BlastRadiusIndex const& blast_radius,
                  ReportChanges const* changes) {
   json.begin_object();
@@ -252,7 +111,7 @@ void write_issue(Emitter& json, ReportIssue const& issue,
   json.end_object();
 }
 
-void write_definition(Emitter& json, ReportDefinition const& definition) {
+void write_definition(JsonEmitter& json, ReportDefinition const& definition) {
   json.begin_object();
   json.member("name", definition.name);
   json.member("title", definition.title);
@@ -268,7 +127,7 @@ void write_definition(Emitter& json, ReportDefinition const& definition) {
 
 // With a baseline, after the fields every report has: the earlier run,
 // the issues resolved since, the nodes that changed, the node histories.
-void write_changes(Emitter& json, ReportChanges const& changes) {
+void write_changes(JsonEmitter& json, ReportChanges const& changes) {
   json.key("baseline");
   json.begin_object();
   json.member("path", changes.baseline_path);
@@ -322,8 +181,7 @@ void write_changes(Emitter& json, ReportChanges const& changes) {
 }  // namespace
 
 void write_json_report(ReportModel const& model, std::ostream& out) {
-  BufferedStream stream(out);
-  Emitter json(stream);
+  JsonEmitter json(out, "cannot write the JSON report");
   json.begin_object();
   json.member("schema_version", kJsonSchemaVersion);
   json.member("generator", model.run.generator);
@@ -384,11 +242,7 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
   if (model.changes) write_changes(json, *model.changes);
   json.end_object();
 
-  if (!json.complete()) {
-    throw std::runtime_error("cannot write the JSON report: it is incomplete");
-  }
-  stream.Put('\n');
-  stream.Flush();
+  json.finish("\n");
   out.flush();
   if (!out) throw std::runtime_error("cannot write the JSON report");
 }

@@ -8,6 +8,7 @@
 
 #include "cli/output/prometheus_writer.hpp"
 
+#include "cli/escape/prometheus.hpp"
 #include "cli/model/report_changes.hpp"
 
 #include <algorithm>
@@ -29,72 +30,6 @@
 namespace vesk {
 namespace cli {
 namespace {
-
-constexpr std::string_view kReplacement = "\xEF\xBF\xBD";  // U+FFFD
-
-// `raw` with every ill-formed UTF-8 sequence replaced by U+FFFD: one for
-// each maximal prefix of a well-formed sequence, and one for each byte that
-// cannot begin one (overlong forms, surrogates and code points above
-// U+10FFFF are ill-formed).
-std::string valid_utf8(std::string_view raw) {
-  std::string out;
-  out.reserve(raw.size());
-  std::size_t i = 0;
-  while (i < raw.size()) {
-    auto const lead = static_cast<unsigned char>(raw[i]);
-    if (lead < 0x80) {
-      out += raw[i];
-      ++i;
-      continue;
-    }
-    std::size_t length = 0;
-    unsigned char low = 0x80;  // the second byte's range
-    unsigned char high = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-      length = 2;
-    } else if (lead == 0xE0) {
-      length = 3;
-      low = 0xA0;
-    } else if ((lead >= 0xE1 && lead <= 0xEC) || lead == 0xEE || lead == 0xEF) {
-      length = 3;
-    } else if (lead == 0xED) {
-      length = 3;
-      high = 0x9F;
-    } else if (lead == 0xF0) {
-      length = 4;
-      low = 0x90;
-    } else if (lead >= 0xF1 && lead <= 0xF3) {
-      length = 4;
-    } else if (lead == 0xF4) {
-      length = 4;
-      high = 0x8F;
-    } else {
-      out += kReplacement;
-      ++i;
-      continue;
-    }
-    std::size_t next = i + 1;
-    bool complete = true;
-    for (std::size_t k = 1; k < length; ++k, ++next) {
-      if (next >= raw.size()) {
-        complete = false;
-        break;
-      }
-      auto const byte = static_cast<unsigned char>(raw[next]);
-      if (byte < (k == 1 ? low : 0x80) || byte > (k == 1 ? high : 0xBF)) {
-        complete = false;
-        break;
-      }
-    }
-    if (complete) {
-      out.append(raw.substr(i, length));
-    } else {
-      out += kReplacement;
-    }
-    i = next;
-  }
-  return out;
-}
 
 // The number of distinct names: the model lists an issue's nodes sorted
 // and once each, which is checked rather than assumed.
@@ -187,46 +122,8 @@ void write_change_families(ReportChanges const& changes, std::ostream& out) {
   write_family(flapping, out);
 }
 
-}  // namespace
-
-std::string prometheus_label_value(std::string_view raw) {
-  std::string out;
-  for (char c : valid_utf8(raw)) {
-    switch (c) {
-      case '\\':
-        out += "\\\\";
-        break;
-      case '"':
-        out += "\\\"";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
-
-std::string prometheus_help_text(std::string_view raw) {
-  std::string out;
-  for (char c : valid_utf8(raw)) {
-    switch (c) {
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
-
-void write_prometheus_report(ReportModel const& model, std::ostream& out) {
+// The run: the build, the verdict, its time and its nodes.
+void write_run_families(ReportModel const& model, std::ostream& out) {
   Family build{"vesk_build_info",
                "The version of vesk-report that wrote these metrics; always 1.",
                {}};
@@ -257,7 +154,11 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
   nodes.add({{"state", "with_issues"}},
             static_cast<std::int64_t>(with_issues.size()));
   write_family(nodes, out);
+}
 
+// The issues: counted by section, band and kind; the suppressed ones; each
+// issue's nodes; each node's highest severity.
+void write_issue_families(ReportModel const& model, std::ostream& out) {
   // Every combination is written, 0 when no issue has it.
   Family issues{"vesk_report_issues",
                 "Issues listed in the report, by section (fail: contributing "
@@ -320,7 +221,10 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
     max_severity.add({{"node", std::string(host)}}, severity);
   }
   write_family(max_severity, out);
+}
 
+// The verdicts of the titled framework definitions.
+void write_definition_family(ReportModel const& model, std::ostream& out) {
   Family definitions{"vesk_report_framework_definition_success",
                      "The verdict of a titled framework definition: 1 PASS, "
                      "0 FAIL.",
@@ -335,7 +239,14 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
     }
   }
   write_family(definitions, out);
+}
 
+}  // namespace
+
+void write_prometheus_report(ReportModel const& model, std::ostream& out) {
+  write_run_families(model, out);
+  write_issue_families(model, out);
+  write_definition_family(model, out);
   if (model.changes) write_change_families(*model.changes, out);
 }
 

@@ -76,19 +76,6 @@ namespace cli {
 // byte is for the caller to check.
 void write_prometheus_report(ReportModel const& model, std::ostream& out);
 
-// prometheus_label_value()
-//
-// `raw` as it goes between the quotes of a label value: backslash, double
-// quote and line feed escaped as \\, \" and \n; invalid UTF-8 replaced by
-// U+FFFD; every other byte as it is.
-std::string prometheus_label_value(std::string_view raw);
-
-// prometheus_help_text()
-//
-// `raw` as a "# HELP" line's docstring: backslash and line feed escaped
-// as \\ and \n; invalid UTF-8 replaced by U+FFFD.
-std::string prometheus_help_text(std::string_view raw);
-
 }  // namespace cli
 }  // namespace vesk
 

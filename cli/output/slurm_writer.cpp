@@ -14,6 +14,7 @@
 #include <tuple>
 #include <utility>
 
+#include "cli/escape/shell.hpp"
 #include "cli/input/hostlist.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/model/report_time.hpp"
@@ -64,19 +65,6 @@ struct Command {
 };
 
 }  // namespace
-
-std::string shell_quote(std::string_view text) {
-  std::string quoted = "'";
-  for (char const c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  quoted += "'";
-  return quoted;
-}
 
 bool slurm_nameable(std::string_view host) {
   if (host.empty()) return false;
@@ -144,11 +132,14 @@ std::string slurm_host_list(std::vector<std::string> const& hosts) {
   return list;
 }
 
-void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
-                        std::ostream& out) {
-  // Every node of a FAIL-side issue, with its issues in report order.
-  // Looked up by view: a name is copied only when it is first met.
-  std::map<std::string, std::vector<std::size_t>, std::less<>> node_issues;
+namespace {
+
+// Every node of a FAIL-side issue, with its issues in report order.
+// Looked up by view: a name is copied only when it is first met.
+using NodeIssues = std::map<std::string, std::vector<std::size_t>, std::less<>>;
+
+NodeIssues fail_side_nodes(ReportModel const& model) {
+  NodeIssues node_issues;
   for (std::size_t i = 0; i < model.issues.size(); ++i) {
     ReportIssue const& issue = model.issues[i];
     if (!issue.fail_side || from_scheduler(issue)) continue;
@@ -163,11 +154,23 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
     }
   }
 
+  return node_issues;
+}
+
+// What the script does: its commands in order, the nodes it leaves out
+// (with why), and how many nodes it drains.
+struct DrainPlan {
+  std::vector<Command> commands;
   std::vector<std::string> left_out;
-  std::map<std::string, Command> by_reason;
   std::size_t draining = 0;
-  for (auto const& [host, indexes] : node_issues) {
-    std::string const shown = "node " + one_line(host);
+};
+
+DrainPlan plan_drains(ReportModel const& model, SchedulerStates const* states) {
+  DrainPlan plan;
+  std::vector<std::string>& left_out = plan.left_out;
+  std::map<std::string, Command> by_reason;
+  for (auto const& [host, indexes] : fail_side_nodes(model)) {
+    std::string const shown = "node " + shell_comment(host);
     if (states != nullptr && states->present) {
       auto const found = states->nodes.find(host);
       if (found == states->nodes.end()) {
@@ -179,8 +182,8 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
                  found->second.reason.compare(0, kDrainReasonPrefix.size(),
                                               kDrainReasonPrefix) != 0) {
         left_out.push_back(shown + ": already " + state_words(found->second) +
-                           " with reason \"" + one_line(found->second.reason) +
-                           "\"");
+                           " with reason \"" +
+                           shell_comment(found->second.reason) + "\"");
         continue;
       }
     }
@@ -211,16 +214,22 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
     }
     command.reason = reason;
     command.hosts.push_back(host);
-    ++draining;
+    ++plan.draining;
   }
-  std::vector<Command> commands;
+  std::vector<Command>& commands = plan.commands;
   for (auto& entry : by_reason) commands.push_back(std::move(entry.second));
   std::sort(commands.begin(), commands.end(),
             [](Command const& a, Command const& b) {
               return std::tie(a.first, a.more, a.reason) <
                      std::tie(b.first, b.more, b.reason);
             });
+  return plan;
+}
 
+// The header comment: what the script is, of which run, and what it
+// leaves out.
+void write_header(ReportModel const& model, SchedulerStates const* states,
+                  DrainPlan const& plan, std::ostream& out) {
   out << "#!/bin/sh\n"
       << "set -eu\n"
       << "#\n"
@@ -228,11 +237,11 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
          "health check\n"
       << "# report of " << utc_text_or_seconds(model.generated_at);
   if (!model.run.generator.empty())
-    out << " (" << one_line(model.run.generator) << ")";
+    out << " (" << shell_comment(model.run.generator) << ")";
   out << ".\n"
       << "# Severity threshold: " << model.threshold
       << ". Nodes tested: " << model.nodes_tested.size()
-      << ". Nodes to drain: " << draining << ".\n"
+      << ". Nodes to drain: " << plan.draining << ".\n"
       << "#\n"
       << "# Read it before running it. It only sets State=DRAIN with a "
          "reason starting\n"
@@ -243,16 +252,24 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
            "administrator has\n"
         << "# already drained: their reasons would be replaced.\n";
   }
-  if (!left_out.empty()) {
+  if (!plan.left_out.empty()) {
     out << "#\n# Left out:\n";
-    for (auto const& line : left_out) out << "#   " << line << "\n";
+    for (auto const& line : plan.left_out) out << "#   " << line << "\n";
   }
   out << "\n";
-  if (commands.empty()) {
+}
+
+}  // namespace
+
+void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
+                        std::ostream& out) {
+  DrainPlan const plan = plan_drains(model, states);
+  write_header(model, states, plan, out);
+  if (plan.commands.empty()) {
     out << "# Nothing to drain.\n";
     return;
   }
-  for (auto const& command : commands) {
+  for (auto const& command : plan.commands) {
     out << "scontrol update NodeName="
         << shell_quote(slurm_host_list(command.hosts))
         << " State=DRAIN Reason=" << shell_quote(command.reason) << "\n";

@@ -73,11 +73,6 @@ void write_slurm_script(ReportModel const& model, SchedulerStates const* states,
 // (model.run.scheduler): the --report slurm writer.
 void write_slurm_report(ReportModel const& model, std::ostream& out);
 
-// shell_quote()
-//
-// `text` as one single-quoted sh word: "it's" gives "'it'\''s'".
-std::string shell_quote(std::string_view text);
-
 // slurm_nameable()
 //
 // Whether the scheduler's host lists can hold `host` as it is.

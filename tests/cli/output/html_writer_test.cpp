@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/escape/html.hpp"
 #include "cli/history/comparison.hpp"
 #include "cli/output/html_models.hpp"
 
@@ -48,15 +49,6 @@ std::size_t count(std::string const& text, std::string const& part) {
 
 bool has(std::string const& text, std::string const& part) {
   return text.find(part) != std::string::npos;
-}
-
-TEST(HtmlEscape, EscapesMarkupQuotesAndControls) {
-  EXPECT_EQ(html_escape("a&b<c>d\"e'f\rg\x01h\ti\nj\x7f"),
-            "a&amp;b&lt;c&gt;d&quot;e&#39;f&#13;g\xEF\xBF\xBDh\ti\nj"
-            "\xEF\xBF\xBD");
-  EXPECT_EQ(html_escape(std::string("x\0y", 3)), "x\xEF\xBF\xBDy");
-  EXPECT_EQ(html_escape("r1n01 \xC3\xA9"), "r1n01 \xC3\xA9");
-  EXPECT_EQ(html_escape(""), "");
 }
 
 TEST(HtmlWriter, StartsWithThePolicyAndTheVerdict) {

@@ -46,20 +46,10 @@ std::string script_of(ReportModel const& model, SchedulerStates const* states) {
 }
 
 // The header's examples.
-TEST(ShellQuote, ApiExamples) { EXPECT_EQ(shell_quote("it's"), "'it'\\''s'"); }
-
 TEST(SlurmHostList, ApiExamples) {
   EXPECT_EQ(slurm_host_list({"cn01", "cn02", "cn03", "gpu1"}),
             "cn[01-03],gpu1");
   EXPECT_EQ(slurm_host_list({"r1n1", "r2n1"}), "r1n1,r2n1");
-}
-
-TEST(ShellQuote, SingleQuotesEverything) {
-  EXPECT_EQ(shell_quote(""), "''");
-  EXPECT_EQ(shell_quote("cn[01-03]"), "'cn[01-03]'");
-  EXPECT_EQ(shell_quote("it's"), "'it'\\''s'");
-  EXPECT_EQ(shell_quote("''"), "''\\'''\\'''");
-  EXPECT_EQ(shell_quote("$(id) `id` \\ \n"), "'$(id) `id` \\ \n'");
 }
 
 TEST(SlurmNameable, RefusesWhatAHostListCannotHold) {
