@@ -168,35 +168,36 @@ std::string log_level_choices() {
   return choices;
 }
 
-// Parses the command line. Returns false when --help or --version was
-// answered on `out`.
-bool parse_options(std::vector<std::string> const& args, Options& options,
-                   std::ostream& out) {
-  CLI::App app("Prints the report of a cluster health check's results.",
-               "vesk-report");
+// The values of the options that are checked together once the command
+// line is parsed (given or not: the options themselves are kept).
+struct RawOptions {
+  std::string level;
+  std::vector<std::string> imports;
+  std::vector<std::string> reports;
+  CLI::Option* level_option = nullptr;
+  CLI::Option* report_option = nullptr;
+};
+
+// Defines every option on `app`: bound to `options` where a value needs no
+// check beyond its own, else to `raw`.
+void define_options(CLI::App& app, Options& options, RawOptions& raw) {
   app.footer(help_footer());
   app.set_version_flag("--version", std::string("vesk-report ") + VESK_VERSION,
                        "Print the version and exit");
-  int width = 0;
-  int threshold = 0;
-  std::string level;
-  std::string file;
-  auto* width_option =
-      app.add_option("--width", width,
-                     "Wrap the report at N columns (0: do not wrap; default: "
-                     "the console width)")
-          ->type_name("N")
-          ->check(CLI::Validator(check_width, ""));
-  auto* threshold_option =
-      app.add_option("--threshold", threshold,
-                     "Severity at and above which an issue contributes to "
-                     "FAIL (overrides the document's)")
-          ->type_name("N")
-          ->check(CLI::Validator(check_threshold, ""));
-  auto* level_option = app.add_option("--log-level", level,
-                                      "Log level: " + log_level_choices() +
-                                          " (overrides the document's)")
-                           ->type_name("NAME");
+  app.add_option("--width", options.layout.width,
+                 "Wrap the report at N columns (0: do not wrap; default: "
+                 "the console width)")
+      ->type_name("N")
+      ->check(CLI::Validator(check_width, ""));
+  app.add_option("--threshold", options.inputs.threshold,
+                 "Severity at and above which an issue contributes to "
+                 "FAIL (overrides the document's)")
+      ->type_name("N")
+      ->check(CLI::Validator(check_threshold, ""));
+  raw.level_option = app.add_option("--log-level", raw.level,
+                                    "Log level: " + log_level_choices() +
+                                        " (overrides the document's)")
+                         ->type_name("NAME");
   app.add_flag("--syslog", options.syslog,
                "Send diagnostic messages to the system log");
   app.add_flag("--no-color", options.layout.no_color,
@@ -206,33 +207,90 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   app.add_flag("--blast-radius", options.layout.blast_radius,
                "After each issue, say how many of the tested nodes and which "
                "node groups it covers");
-  std::vector<std::string> imports;
-  auto* import_option =
-      app.add_option("--import", imports,
-                     "Also read PATH (\"-\": standard input), written by "
-                     "another tool: FORMAT is " +
-                         import_format_names() + " (repeatable)")
-          ->type_name("FORMAT=PATH")
-          ->allow_extra_args(false);
-  std::vector<std::string> reports;
-  auto* report_option =
-      app.add_option("--report", reports,
+  app.add_option("--import", raw.imports,
+                 "Also read PATH (\"-\": standard input), written by "
+                 "another tool: FORMAT is " +
+                     import_format_names() + " (repeatable)")
+      ->type_name("FORMAT=PATH")
+      ->allow_extra_args(false);
+  raw.report_option =
+      app.add_option("--report", raw.reports,
                      "Write the report as FORMAT (" + report_format_names() +
                          ") to PATH (none or \"-\": standard output), "
                          "replacing it only once every report of the run is "
                          "complete (repeatable; default: text)")
           ->type_name("FORMAT[=PATH]")
           ->allow_extra_args(false);
-  std::string baseline;
-  auto* baseline_option =
-      app.add_option("--baseline", baseline,
-                     "Compare with PATH, the JSON report of an earlier run "
-                     "(--report json), and say what changed since")
-          ->type_name("PATH");
-  auto* file_option =
-      app.add_option("FILE", file, "The analysis result document")
-          ->type_name("");
+  app.add_option("--baseline", options.baseline,
+                 "Compare with PATH, the JSON report of an earlier run "
+                 "(--report json), and say what changed since")
+      ->type_name("PATH");
+  app.add_option("FILE", options.inputs.file, "The analysis result document")
+      ->type_name("");
+}
 
+// The imports, and the one input that may read standard input.
+void take_inputs(RawOptions const& raw, Options& options) {
+  InputRequests& inputs = options.inputs;
+  int stdin_users =
+      (inputs.file == "-" ? 1 : 0) + (options.baseline == "-" ? 1 : 0);
+  for (auto const& text : raw.imports) {
+    try {
+      inputs.imports.push_back(parse_import_request(text));
+    } catch (std::invalid_argument const& e) {
+      throw UsageError(std::string("--import: ") + e.what());
+    }
+    if (inputs.imports.back().path == "-") ++stdin_users;
+  }
+  // Without FILE or imports, the document is read from standard input.
+  if (options.baseline == "-" && !inputs.demo && !inputs.file &&
+      inputs.imports.empty()) {
+    ++stdin_users;
+  }
+  if (stdin_users > 1) {
+    throw UsageError(
+        "at most one input may read standard input (\"-\") (see --help)");
+  }
+}
+
+// The reports: each PATH once, at most one on standard output; without
+// --report, the text on standard output.
+void take_reports(RawOptions const& raw, Options& options) {
+  if (raw.report_option->count() == 0) {
+    options.reports.push_back(parse_report_request("text"));
+    return;
+  }
+  int stdout_reports = 0;
+  std::set<std::string> paths;
+  for (auto const& text : raw.reports) {
+    try {
+      options.reports.push_back(parse_report_request(text));
+    } catch (std::invalid_argument const& e) {
+      throw UsageError(std::string("--report: ") + e.what() + " (see --help)");
+    }
+    auto const& path = options.reports.back().path;
+    if (options.reports.back().to_stdout()) {
+      ++stdout_reports;
+    } else if (!paths.insert(path).second) {
+      throw UsageError("--report: expected each PATH once, found \"" +
+                       one_line(path) + "\" again (see --help)");
+    }
+  }
+  if (stdout_reports > 1) {
+    throw UsageError(
+        "at most one report may go to standard output (\"-\") (see "
+        "--help)");
+  }
+}
+
+// Parses the command line. Returns false when --help or --version was
+// answered on `out`.
+bool parse_options(std::vector<std::string> const& args, Options& options,
+                   std::ostream& out) {
+  CLI::App app("Prints the report of a cluster health check's results.",
+               "vesk-report");
+  RawOptions raw;
+  define_options(app, options, raw);
   std::vector<std::string> reversed(args.rbegin(), args.rend());
   try {
     app.parse(reversed);
@@ -245,64 +303,15 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
   } catch (CLI::ParseError const& e) {
     throw UsageError(std::string(e.what()) + " (see --help)");
   }
-  if (width_option->count() != 0) options.layout.width = width;
-  if (threshold_option->count() != 0) options.inputs.threshold = threshold;
-  if (level_option->count() != 0) {
-    if (log_levels.count(level) == 0) {
+  if (raw.level_option->count() != 0) {
+    if (log_levels.count(raw.level) == 0) {
       throw UsageError("--log-level: expected one of " + log_level_names() +
-                       ", found \"" + level + "\"");
+                       ", found \"" + raw.level + "\"");
     }
-    options.log_level = level;
+    options.log_level = raw.level;
   }
-  if (file_option->count() != 0) options.inputs.file = file;
-  if (baseline_option->count() != 0) options.baseline = baseline;
-  int stdin_users =
-      (options.inputs.file == "-" ? 1 : 0) + (options.baseline == "-" ? 1 : 0);
-  if (import_option->count() != 0) {
-    for (auto const& text : imports) {
-      try {
-        options.inputs.imports.push_back(parse_import_request(text));
-      } catch (std::invalid_argument const& e) {
-        throw UsageError(std::string("--import: ") + e.what());
-      }
-      if (options.inputs.imports.back().path == "-") ++stdin_users;
-    }
-  }
-  // Without FILE or imports, the document is read from standard input.
-  if (options.baseline == "-" && !options.inputs.demo && !options.inputs.file &&
-      options.inputs.imports.empty()) {
-    ++stdin_users;
-  }
-  if (stdin_users > 1) {
-    throw UsageError(
-        "at most one input may read standard input (\"-\") (see --help)");
-  }
-  if (report_option->count() != 0) {
-    int stdout_reports = 0;
-    std::set<std::string> paths;
-    for (auto const& text : reports) {
-      try {
-        options.reports.push_back(parse_report_request(text));
-      } catch (std::invalid_argument const& e) {
-        throw UsageError(std::string("--report: ") + e.what() +
-                         " (see --help)");
-      }
-      auto const& path = options.reports.back().path;
-      if (options.reports.back().to_stdout()) {
-        ++stdout_reports;
-      } else if (!paths.insert(path).second) {
-        throw UsageError("--report: expected each PATH once, found \"" +
-                         one_line(path) + "\" again (see --help)");
-      }
-    }
-    if (stdout_reports > 1) {
-      throw UsageError(
-          "at most one report may go to standard output (\"-\") (see "
-          "--help)");
-    }
-  } else {
-    options.reports.push_back(parse_report_request("text"));
-  }
+  take_inputs(raw, options);
+  take_reports(raw, options);
   if (options.inputs.demo && options.inputs.file) {
     throw UsageError("--demo takes no FILE (see --help)");
   }

@@ -112,18 +112,12 @@ IssueIdentity identity_of(Side const& side, Hosts const& hosts) {
                        hosts.names(side.nodes), side.first_seen};
 }
 
-}  // namespace
+using Sides = std::map<IdentityKey, Side>;
 
-ReportChanges compare_with_baseline(ReportModel const& model,
-                                    Baseline const& baseline) {
-  ReportChanges changes;
-  changes.baseline_path = baseline.path;
-  changes.baseline_generated_at = baseline.generated_at;
-  changes.baseline_schema_version = baseline.schema_version;
-  changes.generated_at = rfc3339_utc(model.generated_at);
-
-  Hosts hosts(baseline.hosts);
-  std::map<IdentityKey, Side> before;
+// The baseline's issues by identity, each with the earliest first_seen of
+// its issues (one without counts as first seen at the baseline's time).
+Sides baseline_sides(Baseline const& baseline) {
+  Sides before;
   for (auto const& issue : baseline.issues) {
     Side& side = before[identity_key(issue.kind, issue.id, issue.message)];
     std::string const& seen =
@@ -136,11 +130,15 @@ ReportChanges compare_with_baseline(ReportModel const& model,
       side.first_seen = std::min(side.first_seen, seen);
     }
   }
+  return before;
+}
 
-  // Each issue's hosts as indexes. The baseline's table is only read, so
-  // the issues whose hosts it all knows are done on two threads; the rest,
-  // which add names, after them in issue order, which numbers the new names
-  // as one walk in order would.
+// Each issue's hosts as indexes. The baseline's table is only read, so
+// the issues whose hosts it all knows are done on two threads; the rest,
+// which add names, after them in issue order, which numbers the new names
+// as one walk in order would.
+std::vector<HostSet> issue_host_sets(ReportModel const& model,
+                                     Baseline const& baseline, Hosts& hosts) {
   std::vector<HostSet> issue_hosts(model.issues.size());
   std::vector<char> adds_names(model.issues.size(), 0);
   auto const hosts_of = [&](ReportIssue const& issue, bool may_add,
@@ -172,8 +170,12 @@ ReportChanges compare_with_baseline(ReportModel const& model,
     issue_hosts[k].clear();
     (void)hosts_of(model.issues[k], true, issue_hosts[k]);
   }
+  return issue_hosts;
+}
 
-  std::map<IdentityKey, Side> now;
+// This run's issues by identity; `issue_hosts` is used up.
+Sides run_sides(ReportModel const& model, std::vector<HostSet>& issue_hosts) {
+  Sides now;
   for (std::size_t k = 0; k < model.issues.size(); ++k) {
     ReportIssue const& issue = model.issues[k];
     Side& side = now[identity_key(issue.kind, issue.id, issue.message)];
@@ -184,8 +186,12 @@ ReportChanges compare_with_baseline(ReportModel const& model,
       side.nodes = set_union(side.nodes, nodes);
     }
   }
+  return now;
+}
 
-  // Identities: new, persisting (changed or not), resolved.
+// Identities: new, persisting (changed or not), resolved.
+void compare_identities(Sides const& now, Sides const& before,
+                        Hosts const& hosts, ReportChanges& changes) {
   for (auto const& [key, side] : now) {
     auto const found = before.find(key);
     if (found == before.end()) {
@@ -207,8 +213,12 @@ ReportChanges compare_with_baseline(ReportModel const& model,
       changes.resolved.push_back(identity_of(side, hosts));
     }
   }
+}
 
-  // Each issue of this run.
+// Each issue of this run, by ref.
+void compare_issues(ReportModel const& model, Sides const& now,
+                    Sides const& before, Hosts const& hosts,
+                    ReportChanges& changes) {
   changes.issues.reserve(model.issues.size());
   for (auto const& issue : model.issues) {
     IdentityKey const key = identity_key(issue.kind, issue.id, issue.message);
@@ -231,8 +241,13 @@ ReportChanges compare_with_baseline(ReportModel const& model,
     }
     changes.issues.push_back(std::move(compared));
   }
+}
 
-  // Nodes.
+// Nodes newly with issues and recovered, and the histories: of every node
+// the baseline has a history for, had issues in the baseline, or has
+// issues now.
+void compare_nodes(ReportModel const& model, Baseline const& baseline,
+                   ReportChanges& changes) {
   std::vector<std::string> const with_issues =
       sorted_copy(model.nodes_with_issues);
   std::vector<std::string> const had_issues =
@@ -240,8 +255,6 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   changes.new_nodes = difference(with_issues, had_issues);
   changes.recovered_nodes = difference(had_issues, with_issues);
 
-  // Histories: every node the baseline has a history for, had issues in
-  // the baseline, or has issues now.
   int const earlier_runs = baseline.has_history ? baseline.history_runs : 1;
   changes.history_runs = std::min(earlier_runs + 1, NodeHistory::kMaxRuns);
   std::vector<std::string> nodes = sorted_union(had_issues, with_issues);
@@ -275,6 +288,25 @@ ReportChanges compare_with_baseline(ReportModel const& model,
     if (history.flapping()) changes.flapping_nodes.push_back(node);
     changes.history.push_back(NodeHistoryEntry{node, history});
   }
+}
+
+}  // namespace
+
+ReportChanges compare_with_baseline(ReportModel const& model,
+                                    Baseline const& baseline) {
+  ReportChanges changes;
+  changes.baseline_path = baseline.path;
+  changes.baseline_generated_at = baseline.generated_at;
+  changes.baseline_schema_version = baseline.schema_version;
+  changes.generated_at = rfc3339_utc(model.generated_at);
+
+  Hosts hosts(baseline.hosts);
+  Sides const before = baseline_sides(baseline);
+  std::vector<HostSet> issue_hosts = issue_host_sets(model, baseline, hosts);
+  Sides const now = run_sides(model, issue_hosts);
+  compare_identities(now, before, hosts, changes);
+  compare_issues(model, now, before, hosts, changes);
+  compare_nodes(model, baseline, changes);
   return changes;
 }
 

@@ -14,39 +14,19 @@
 namespace vesk {
 namespace cli {
 
-DefinitionLinks check_definition_tree(
-    std::vector<DefinitionRecord> const& records) {
+namespace {
+
+// Walks the definition tree depth first, without recursion (a long chain
+// must not exhaust the stack): throws InputError at the first cycle, or at
+// a definition with more than kMaxDefinitionLevels levels. `children[i]`
+// are definition i's children by index, `child_places[i]` where each is
+// named.
+void check_depth_and_cycles(
+    std::vector<DefinitionRecord> const& records,
+    std::vector<std::vector<std::size_t>> const& children,
+    std::vector<std::vector<std::string const*>> const& child_places) {
   std::size_t const n = records.size();
-  std::unordered_map<std::string_view, std::size_t> index;
-  index.reserve(n);
-  for (std::size_t i = 0; i < n; ++i) index.emplace(records[i].name, i);
-
-  DefinitionLinks links;
-  links.branches.resize(n);
-  std::vector<std::vector<std::size_t>> children(n);
-  std::vector<std::vector<std::string const*>> child_places(n);
-  std::vector<bool> is_child(n, false);
-  for (std::size_t i = 0; i < n; ++i) {
-    for (auto const& branch : records[i].branches) {
-      auto& linked = links.branches[i].emplace_back();
-      for (auto const& child : branch) {
-        auto found = index.find(child.name);
-        if (found == index.end()) {
-          throw InputError(child.place,
-                           "expected the name of a framework definition, "
-                           "found \"" +
-                               child.name + "\"");
-        }
-        linked.push_back(found->second);
-        children[i].push_back(found->second);
-        child_places[i].push_back(&child.place);
-        is_child[found->second] = true;
-      }
-    }
-  }
-
-  // Depth-first search without recursion (a long chain must not exhaust
-  // the stack): 0 unvisited, 1 on the current path, 2 done.
+  // 0 unvisited, 1 on the current path, 2 done.
   // Each definition's number of levels (1: no children) is known when it is
   // done, as all its descendants are done before it.
   std::vector<int> state(n, 0);
@@ -94,6 +74,42 @@ DefinitionLinks check_definition_tree(
       }
     }
   }
+}
+
+}  // namespace
+
+DefinitionLinks check_definition_tree(
+    std::vector<DefinitionRecord> const& records) {
+  std::size_t const n = records.size();
+  std::unordered_map<std::string_view, std::size_t> index;
+  index.reserve(n);
+  for (std::size_t i = 0; i < n; ++i) index.emplace(records[i].name, i);
+
+  DefinitionLinks links;
+  links.branches.resize(n);
+  std::vector<std::vector<std::size_t>> children(n);
+  std::vector<std::vector<std::string const*>> child_places(n);
+  std::vector<bool> is_child(n, false);
+  for (std::size_t i = 0; i < n; ++i) {
+    for (auto const& branch : records[i].branches) {
+      auto& linked = links.branches[i].emplace_back();
+      for (auto const& child : branch) {
+        auto found = index.find(child.name);
+        if (found == index.end()) {
+          throw InputError(child.place,
+                           "expected the name of a framework definition, "
+                           "found \"" +
+                               child.name + "\"");
+        }
+        linked.push_back(found->second);
+        children[i].push_back(found->second);
+        child_places[i].push_back(&child.place);
+        is_child[found->second] = true;
+      }
+    }
+  }
+
+  check_depth_and_cycles(records, children, child_places);
 
   for (std::size_t i = 0; i < n; ++i) {
     if (!is_child[i]) links.roots.push_back(i);
