@@ -76,9 +76,9 @@ std::string valid_utf8(std::string_view raw) {
   return out;
 }
 
-}  // namespace
-
-std::string prometheus_label_value(std::string_view raw) {
+// `raw` as UTF-8 with backslash and line feed escaped, and double quote
+// too when `quotes` (a label value; a HELP docstring keeps its quotes).
+std::string escaped(std::string_view raw, bool quotes) {
   std::string out;
   for (char c : valid_utf8(raw)) {
     switch (c) {
@@ -86,7 +86,11 @@ std::string prometheus_label_value(std::string_view raw) {
         out += "\\\\";
         break;
       case '"':
-        out += "\\\"";
+        if (quotes) {
+          out += "\\\"";
+        } else {
+          out += c;
+        }
         break;
       case '\n':
         out += "\\n";
@@ -98,21 +102,14 @@ std::string prometheus_label_value(std::string_view raw) {
   return out;
 }
 
+}  // namespace
+
+std::string prometheus_label_value(std::string_view raw) {
+  return escaped(raw, true);
+}
+
 std::string prometheus_help_text(std::string_view raw) {
-  std::string out;
-  for (char c : valid_utf8(raw)) {
-    switch (c) {
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
+  return escaped(raw, false);
 }
 
 }  // namespace cli

@@ -63,30 +63,22 @@ IssueKind kind_of_key(std::bitset<5> const& key) {
 void list_section(ReportModel& model, PostprocessorExtensionData const& data,
                   bool fail) {
   int number = 0;
-  for (bool const diagnoses : {true, false}) {
-    for (auto group = data.sorted_outputs->rbegin();
-         group != data.sorted_outputs->rend(); ++group) {
-      if (group_key::is_fail_side(group->first) != fail) continue;
-      bool const diagnosis_group =
-          group_key::kind_of(group->first) == group_key::kDiagnoses;
-      if (diagnosis_group != diagnoses) continue;
-      for (auto const& output : group->second) {
+  for_each_in_report_order(
+      data, fail, [&](auto const& output, auto key, bool diagnoses) {
         // A null record prints nothing but still takes its number.
         ++number;
-        if (!output) continue;
+        if (!output) return;
         ReportIssue issue;
         issue.ref = model.issues.size();
         issue.fail_side = fail;
         issue.number = number;
         issue.diagnosis_form = diagnoses;
-        issue.kind = kind_of_key(group->first);
-        issue.group_key = group->first;
-        issue.band = band_of_value(group_key::band_of(group->first));
+        issue.kind = kind_of_key(key);
+        issue.group_key = key;
+        issue.band = band_of_value(group_key::band_of(key));
         issue.source = output;
         model.issues.push_back(std::move(issue));
-      }
-    }
-  }
+      });
 }
 
 // The node text of a record with a raw result on more than one node, as

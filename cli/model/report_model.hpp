@@ -48,6 +48,7 @@
 #include "cli/input/scheduler_states.hpp"
 #include "cli/library_output.hpp"
 #include "vesk/common/analysis_output.hpp"
+#include "vesk/common/group_key.hpp"
 #include "vesk/postprocessor/postprocessor_extension_data.hpp"
 #include "vesk/postprocessor/utility_functions.hpp"
 
@@ -207,6 +208,33 @@ struct ReportModel {
   // (the HTML page) do.
   bool blast_radius = false;
 };
+
+// for_each_in_report_order()
+//
+// Calls `visit(output, group_key, diagnosis_form)` for each collapsed
+// record of one section of the prepared `data` (the FAIL side when `fail`,
+// else the other) in the order the report prints them: the diagnoses, in
+// diagnosis form, then the observations, each in descending group key
+// order and, within a group, in list order. A null record is visited too:
+// it prints nothing but takes its number.
+template <class Visit>
+void for_each_in_report_order(
+    postprocessor::PostprocessorExtensionData const& data, bool fail,
+    Visit&& visit) {
+  if (!data.sorted_outputs) return;
+  for (bool const diagnoses : {true, false}) {
+    for (auto group = data.sorted_outputs->rbegin();
+         group != data.sorted_outputs->rend(); ++group) {
+      if (group_key::is_fail_side(group->first) != fail) continue;
+      bool const diagnosis_group =
+          group_key::kind_of(group->first) == group_key::kDiagnoses;
+      if (diagnosis_group != diagnoses) continue;
+      for (auto const& output : group->second) {
+        visit(output, group->first, diagnoses);
+      }
+    }
+  }
+}
 
 // build_report_model()
 //

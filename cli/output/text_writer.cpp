@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/model/report_model.hpp"
 #include "vesk/common/group_key.hpp"
 #include "vesk/common/str.hpp"
 #include "vesk/log/output_log.hpp"
@@ -43,20 +44,11 @@ void print_section(UtilityFunctions& uf, PostprocessorExtensionData const& data,
                    bool fail, char const* heading,
                    std::vector<std::string> const* notes,
                    std::size_t& printed) {
-  if (!data.sorted_outputs) return;
   std::vector<std::pair<std::shared_ptr<CollapsedAnalysisOutput>, bool>> issues;
-  for (bool const diagnoses : {true, false}) {
-    for (auto group = data.sorted_outputs->rbegin();
-         group != data.sorted_outputs->rend(); ++group) {
-      if (group_key::is_fail_side(group->first) != fail) continue;
-      bool const diagnosis_group =
-          group_key::kind_of(group->first) == group_key::kDiagnoses;
-      if (diagnosis_group != diagnoses) continue;
-      for (auto const& output : group->second) {
-        issues.emplace_back(output, diagnoses);
-      }
-    }
-  }
+  for_each_in_report_order(data, fail,
+                           [&](auto const& output, auto, bool diagnoses) {
+                             issues.emplace_back(output, diagnoses);
+                           });
   if (issues.empty()) return;
   print_text(std::string(heading) + "\n\n");
   int const number_width = static_cast<int>(digit_count(issues.size()));
