@@ -119,10 +119,8 @@ JsonReader::JsonReader(std::string_view text, std::string const& label,
                        std::ostream& warn, bool releasable)
     : releasable_(releasable), text_(text), label_(label), warn_(warn) {}
 
-ondemand::object JsonReader::open(simdjson::padded_string_view json) {
-  if (text_.empty()) {
-    throw InputError("1:1", "expected a JSON object, found an empty file");
-  }
+void JsonReader::iterate(simdjson::padded_string_view json,
+                         std::string_view what) {
   if (error_code e = parser_.iterate(json).get(doc_)) {
     if (e == simdjson::UTF8_ERROR) {
       throw InputError(position(first_invalid_utf8(text_)),
@@ -130,7 +128,7 @@ ondemand::object JsonReader::open(simdjson::padded_string_view json) {
     }
     if (e == simdjson::EMPTY) {
       throw InputError(position(text_.size()),
-                       "expected a JSON object, found only blanks");
+                       "expected " + std::string(what) + ", found only blanks");
     }
     // Stage one finds an unclosed string or bracket only at the end.
     std::size_t const where = e == simdjson::UNCLOSED_STRING ||
@@ -142,6 +140,13 @@ ondemand::object JsonReader::open(simdjson::padded_string_view json) {
                          std::string(simdjson::error_message(e)) + ")");
   }
   walking_ = true;
+}
+
+ondemand::object JsonReader::open(simdjson::padded_string_view json) {
+  if (text_.empty()) {
+    throw InputError("1:1", "expected a JSON object, found an empty file");
+  }
+  iterate(json, "a JSON object");
   ondemand::object root;
   if (error_code e = doc_.get_object().get(root)) {
     fail_json(e, "a JSON object");
@@ -171,20 +176,7 @@ ondemand::array JsonReader::open_array(simdjson::padded_string_view json,
     throw InputError(position(text_.size()),
                      "expected " + std::string(what) + ", found only blanks");
   }
-  if (error_code e = parser_.iterate(json).get(doc_)) {
-    if (e == simdjson::UTF8_ERROR) {
-      throw InputError(position(first_invalid_utf8(text_)),
-                       "expected UTF-8 text");
-    }
-    std::size_t const where = e == simdjson::UNCLOSED_STRING ||
-                                      e == simdjson::INCOMPLETE_ARRAY_OR_OBJECT
-                                  ? text_.size()
-                                  : 0;
-    throw InputError(position(where),
-                     "expected valid JSON (" +
-                         std::string(simdjson::error_message(e)) + ")");
-  }
-  walking_ = true;
+  iterate(json, what);
   ondemand::array root;
   if (error_code e = doc_.get_array().get(root)) fail_json(e, what);
   return root;

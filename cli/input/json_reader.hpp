@@ -278,6 +278,10 @@ class JsonReader {
   std::string position(std::size_t offset) const;
   std::string location() const;
   void release_read_part();
+  // Starts the walk of `json`, whose top value is `what` ("a JSON
+  // object"); throws InputError when the parser cannot: not UTF-8, only
+  // blanks, or not JSON.
+  void iterate(simdjson::padded_string_view json, std::string_view what);
 
   bool releasable_;
   std::size_t released_ = 0;
