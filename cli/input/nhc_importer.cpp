@@ -12,6 +12,7 @@
 #include "cli/input/import_builder.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
+#include "cli/input/text_lines.hpp"
 
 namespace vesk {
 namespace cli {
@@ -22,16 +23,6 @@ constexpr std::int32_t kNoResults = 50;
 constexpr std::int32_t kUnreadable = 50;
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
-
-std::string_view trim(std::string_view text) {
-  while (!text.empty() && (is_blank(text.front()) || text.front() == '\r')) {
-    text.remove_prefix(1);
-  }
-  while (!text.empty() && (is_blank(text.back()) || text.back() == '\r')) {
-    text.remove_suffix(1);
-  }
-  return text;
-}
 
 bool is_host_char(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
@@ -51,7 +42,7 @@ bool starts_with_nocase(std::string_view text, std::string_view prefix) {
 }
 
 bool is_dash_line(std::string_view line) {
-  line = trim(line);
+  line = trim_line(line);
   if (line.size() < 3) return false;
   for (char const c : line) {
     if (c != '-') return false;
@@ -76,7 +67,7 @@ Reading read_text(std::string_view text) {
     again = false;
     for (std::string_view const prefix : kPrefixes) {
       if (starts_with_nocase(text, prefix)) {
-        text = trim(text.substr(prefix.size()));
+        text = trim_line(text.substr(prefix.size()));
         prefixed = again = true;
       }
     }
@@ -91,7 +82,7 @@ Reading read_text(std::string_view text) {
     if (end > 6 && end < text.size() && text[end] == ':') {
       reading.kind = Reading::kFinding;
       reading.id = std::string(text.substr(0, end));
-      reading.message = std::string(trim(text.substr(end + 1)));
+      reading.message = std::string(trim_line(text.substr(end + 1)));
       reading.severity = kFailedCheck;
       return reading;
     }
@@ -124,25 +115,19 @@ class NhcImporter {
 
   Config run(std::string_view text) {
     check_text(text);
-    std::vector<std::string_view> lines;
-    for (std::size_t from = 0; from < text.size();) {
-      std::size_t end = text.find('\n', from);
-      if (end == std::string_view::npos) end = text.size();
-      lines.push_back(text.substr(from, end - from));
-      from = end + 1;
-    }
+    std::vector<std::string_view> const lines = split_lines(text);
     for (std::size_t i = 0; i < lines.size(); ++i) {
       std::string_view const line = lines[i];
       auto const row = static_cast<std::int32_t>(i + 1);
-      if (trim(line).empty()) continue;
+      if (trim_line(line).empty()) continue;
       if (i + 2 < lines.size() && is_dash_line(line) &&
-          is_dash_line(lines[i + 2]) && !trim(lines[i + 1]).empty()) {
+          is_dash_line(lines[i + 2]) && !trim_line(lines[i + 1]).empty()) {
         start_block(lines[i + 1], i + 2);
         i += 2;
         continue;
       }
       if (in_block_) {
-        add(trim(line), line, block_nodes_, row);
+        add(trim_line(line), line, block_nodes_, row);
         continue;
       }
       read_line(line, row);
@@ -187,10 +172,10 @@ class NhcImporter {
 
   // The node set of a block header, with clush's " (N)" count removed.
   void start_block(std::string_view header, std::size_t line_index) {
-    std::string_view set = trim(header);
+    std::string_view set = trim_line(header);
     if (!set.empty() && set.back() == ')') {
       std::size_t const open = set.rfind(" (");
-      if (open != std::string_view::npos) set = trim(set.substr(0, open));
+      if (open != std::string_view::npos) set = trim_line(set.substr(0, open));
     }
     std::string const place = std::to_string(line_index) + ":1";
     block_nodes_ = builder_.add_host_list(set, place);
@@ -198,7 +183,7 @@ class NhcImporter {
   }
 
   void read_line(std::string_view line, std::int32_t row) {
-    std::string_view text = trim(line);
+    std::string_view text = trim_line(line);
     // The gathering tool's own complaint about a node ("pdsh@mgmt: node09:
     // ssh exited with exit code 255", "clush: node09: exited with exit code
     // 1"): the node printed nothing that can be read.
@@ -206,7 +191,7 @@ class NhcImporter {
     if (starts_with_nocase(text, "pdsh@") ||
         starts_with_nocase(text, "clush: ")) {
       std::size_t const colon = text.find(": ");
-      std::string_view const rest = trim(text.substr(colon + 1));
+      std::string_view const rest = trim_line(text.substr(colon + 1));
       std::size_t end = 0;
       while (end < rest.size() && is_host_char(rest[end])) ++end;
       if (end > 0 && end < rest.size() && rest[end] == ':') {
@@ -229,7 +214,7 @@ class NhcImporter {
       rest.remove_prefix(1);
       has_host = true;
     } else if (end > 0) {
-      std::string_view const after = trim(rest);
+      std::string_view const after = trim_line(rest);
       if (!after.empty() && after.front() == '|' &&
           rest.size() > after.size()) {
         rest = after.substr(1);
@@ -242,7 +227,7 @@ class NhcImporter {
     }
     std::string const host(text.substr(0, end));
     builder_.add_node(host, std::to_string(row) + ":1");
-    rest = trim(rest);
+    rest = trim_line(rest);
     if (rest.empty()) return;
     add(rest, text, {host}, row);
   }
@@ -263,7 +248,7 @@ class NhcImporter {
       case Reading::kStatus:
         return;
       case Reading::kUnreadable:
-        add_unreadable(trim(line), nodes, row);
+        add_unreadable(trim_line(line), nodes, row);
         return;
     }
   }

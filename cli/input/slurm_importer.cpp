@@ -13,6 +13,7 @@
 #include "cli/input/import_builder.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
+#include "cli/input/text_lines.hpp"
 
 #include <simdjson.h>
 
@@ -35,18 +36,6 @@ std::string upper(std::string_view text) {
   return out;
 }
 
-std::string_view trim(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t' ||
-                           text.front() == '\r')) {
-    text.remove_prefix(1);
-  }
-  while (!text.empty() &&
-         (text.back() == ' ' || text.back() == '\t' || text.back() == '\r')) {
-    text.remove_suffix(1);
-  }
-  return text;
-}
-
 std::string utc_time(std::int64_t seconds) {
   std::time_t const t = static_cast<std::time_t>(seconds);
   std::tm tm{};
@@ -56,7 +45,9 @@ std::string utc_time(std::int64_t seconds) {
   return text;
 }
 
-std::string remedy(std::string_view user, std::string_view time) {
+// Who set a node's reason and when, as "set by USER at TIME" (either part
+// left out when the scheduler does not know it).
+std::string setter(std::string_view user, std::string_view time) {
   if (user == "Unknown" || user == "(null)") user = "";
   // %U writes the user with the uid: "root(0)".
   std::size_t const open = user.rfind('(');
@@ -70,6 +61,13 @@ std::string remedy(std::string_view user, std::string_view time) {
   if (!time.empty()) text += " at " + std::string(time);
   return text.empty() ? "" : "set" + text;
 }
+
+constexpr char const* kDownRemedy =
+    "Revive the node, then: scontrol update NodeName=NODE State=RESUME";
+constexpr char const* kFailRemedy =
+    "Repair the node, then: scontrol update NodeName=NODE State=RESUME";
+constexpr char const* kDrainRemedy =
+    "Fix the reason, then: scontrol update NodeName=NODE State=RESUME";
 
 // What a node's states come to: which finding, if any.
 struct Verdict {
@@ -130,8 +128,11 @@ class SlurmImporter {
   }
 
  private:
+  // The reason is the message, followed by who set it and when: that is
+  // what `sinfo -R` lists beside a reason, and nodes drained for one reason
+  // by one command stay one finding. The remedy says how the node returns.
   void finding(Verdict const& verdict, std::string const& host,
-               std::string const& reason, std::string const& remedy_text,
+               std::string const& reason, std::string const& set_by,
                std::int32_t row) {
     if (states_ != nullptr) {
       states_->add(host, {verdict.down, verdict.fail, verdict.drain, reason});
@@ -143,10 +144,16 @@ class SlurmImporter {
     if (id == nullptr) return;
     std::int32_t const severity =
         verdict.drain && !verdict.down && !verdict.fail ? 50 : 80;
+    std::string message = reason;
+    if (!set_by.empty()) {
+      message = reason.empty() ? set_by : reason + " (" + set_by + ")";
+    }
     builder_
-        .add_finding(ImportBuilder::kObservation, id, reason, severity, {host},
-                     row)
-        .remedy = remedy_text;
+        .add_finding(ImportBuilder::kObservation, id, std::move(message),
+                     severity, {host}, row)
+        .remedy = verdict.down   ? kDownRemedy
+                  : verdict.fail ? kFailRemedy
+                                 : kDrainRemedy;
   }
 
   // "reason_changed_at": a number, or {"set", "infinite", "number"}.
@@ -243,7 +250,7 @@ class SlurmImporter {
     if (name.empty()) name = hostname;
     if (name.empty()) json.fail("expected the key \"name\"");
     builder_.add_node(name, json.path());
-    finding(verdict, name, reason, remedy(user, time), row);
+    finding(verdict, name, reason, setter(user, time), row);
   }
 
   void read_group(JsonReader& json, ondemand::value& value, std::int32_t row) {
@@ -292,7 +299,7 @@ class SlurmImporter {
           }
         });
     for (auto const& name : names) {
-      finding(verdict, name, reason, remedy(user, time), row);
+      finding(verdict, name, reason, setter(user, time), row);
     }
   }
 
@@ -308,13 +315,7 @@ class SlurmImporter {
         text.find('\0') != std::string_view::npos) {
       throw InputError("1:1", std::string("expected ") + kLayouts);
     }
-    std::vector<std::string_view> lines;
-    for (std::size_t from = 0; from < text.size();) {
-      std::size_t end = text.find('\n', from);
-      if (end == std::string_view::npos) end = text.size();
-      lines.push_back(text.substr(from, end - from));
-      from = end + 1;
-    }
+    std::vector<std::string_view> const lines = split_lines(text);
     // Columns of the sinfo -R header, when there is one.
     std::size_t reason_at = 0, user_at = 0, time_at = 0, state_at = 0,
                 list_at = 0;
@@ -322,10 +323,10 @@ class SlurmImporter {
     for (std::size_t i = 0; i < lines.size(); ++i) {
       std::string_view const line = lines[i];
       auto const row = static_cast<std::int32_t>(i + 1);
-      if (trim(line).empty()) continue;
+      if (trim_line(line).empty()) continue;
       if (!decided) {
         decided = true;
-        if (trim(line).substr(0, 6) == "REASON") {
+        if (trim_line(line).substr(0, 6) == "REASON") {
           table = true;
           reason_at = line.find("REASON");
           user_at = line.find("USER");
@@ -352,7 +353,7 @@ class SlurmImporter {
       if (table) {
         auto column = [&](std::size_t from, std::size_t to) {
           if (from >= line.size()) return std::string();
-          return std::string(trim(line.substr(from, to - from)));
+          return std::string(trim_line(line.substr(from, to - from)));
         };
         reason = column(reason_at, user_at);
         user = column(user_at, time_at);
@@ -372,16 +373,16 @@ class SlurmImporter {
             c3 == std::string_view::npos) {
           readable = false;
         } else {
-          reason = std::string(trim(line.substr(0, c1)));
-          user = std::string(trim(line.substr(c1 + 1, c2 - c1 - 1)));
-          time = std::string(trim(line.substr(c2 + 1, c3 - c2 - 1)));
-          list = std::string(trim(line.substr(c3 + 1)));
+          reason = std::string(trim_line(line.substr(0, c1)));
+          user = std::string(trim_line(line.substr(c1 + 1, c2 - c1 - 1)));
+          time = std::string(trim_line(line.substr(c2 + 1, c3 - c2 - 1)));
+          list = std::string(trim_line(line.substr(c3 + 1)));
           readable = !list.empty();
         }
       }
       if (!readable) {
         builder_.add_finding(ImportBuilder::kObservation, "slurm-unreadable",
-                             std::string(trim(line)), 50, {}, row);
+                             std::string(trim_line(line)), 50, {}, row);
         continue;
       }
       std::vector<std::string> names;
@@ -396,7 +397,7 @@ class SlurmImporter {
         verdict.drain = true;
       }
       for (auto const& name : names) {
-        finding(verdict, name, reason, remedy(user, time), row);
+        finding(verdict, name, reason, setter(user, time), row);
       }
     }
   }

@@ -18,7 +18,8 @@
 //
 // Findings, one per node: slurm-down (state DOWN, 80), slurm-fail (FAIL or
 // FAILING, 80), slurm-drain (DRAIN, DRAINED or DRAINING, 50), the first
-// that applies; the reason as message and "set by USER at TIME" as remedy.
+// that applies; the message is the reason followed by " (set by USER at
+// TIME)", the remedy how to return the node to service.
 // The text layouts without a state column do not say which state a node
 // is in: their nodes are taken as drained. Times from JSON are written
 // YYYY-MM-DDTHH:MM:SS in UTC. Row ids: the 1-based element index (JSON) or
@@ -28,8 +29,8 @@
 // Example:
 //
 //   import_slurm("n1 drained|root|2026-01-05T10:00:00|n[1-2]\n");
-//   // slurm-drain on n1 and on n2, message "n1 drained", remedy "set by
-//   // root at 2026-01-05T10:00:00", row id 1
+//   // slurm-drain on n1 and on n2, message "n1 drained (set by root at
+//   // 2026-01-05T10:00:00)", row id 1
 
 #ifndef VESK_CLI_INPUT_SLURM_IMPORTER_HPP_
 #define VESK_CLI_INPUT_SLURM_IMPORTER_HPP_

@@ -50,19 +50,24 @@ check() {
   [[ $failed -eq 0 ]] || printf '%s\n' "--- report of $input:" "$out"
 }
 
+# The reason's setter ends the message; the remedy returns the node.
+rest='then: scontrol update NodeName=NODE State=RESUME'
+down_remedy="Revive the node, $rest"
+fail_remedy="Repair the node, $rest"
+drain_remedy="Fix the reason, $rest"
 stamp='[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}'
 check sinfo.json 1 \
-  "1\\. slurm-down \\(appears on 1 node\\)\\n   Message: Not responding\\n   Remedy: set by $user at $stamp\\n   Nodes: cn10\\n" \
-  "2\\. slurm-fail \\(appears on 1 node\\)\\n   Message: PSU failure\\n   Remedy: set by $user at $stamp\\n   Nodes: cn12\\n" \
-  "3\\. slurm-drain \\(appears on 3 nodes\\)\\n   Message: GPU \"0\" lost, see ticket 42\\n   Remedy: set by $user at $stamp\\n   Nodes: cn\\[03-05\\]\\n" \
+  "1\\. slurm-down \\(appears on 1 node\\)\\n   Message: Not responding \\(set by $user at $stamp\\)\\n   Remedy: $down_remedy\\n   Nodes: cn10\\n" \
+  "2\\. slurm-fail \\(appears on 1 node\\)\\n   Message: PSU failure \\(set by $user at $stamp\\)\\n   Remedy: $fail_remedy\\n   Nodes: cn12\\n" \
+  "3\\. slurm-drain \\(appears on 3 nodes\\)\\n   Message: GPU \"0\" lost, see ticket 42 \\(set by $user at $stamp\\)\\n   Remedy: $drain_remedy\\n   Nodes: cn\\[03-05\\]\\n" \
   "Nodes tested: cn\\[01-09\\], cn\\[10-30\\]\\n" \
   "Nodes with issues found: cn\\[03-05\\], cn\\[10,12\\]\\n"
 # sinfo -R cuts the reason at 20 characters and does not say the state.
 check sinfo-R.txt 1 \
-  "slurm-drain \\(appears on 3 nodes\\)\\n   Message: GPU \"0\" lost, see ti\\n   Remedy: set by $user at $stamp\\n   Nodes: cn\\[03-05\\]\\n" \
-  "slurm-drain \\(appears on 1 node\\)\\n   Message: Not responding\\n" \
-  "slurm-drain \\(appears on 1 node\\)\\n   Message: PSU failure\\n"
+  "slurm-drain \\(appears on 3 nodes\\)\\n   Message: GPU \"0\" lost, see ti \\(set by $user at $stamp\\)\\n   Remedy: $drain_remedy\\n   Nodes: cn\\[03-05\\]\\n" \
+  "slurm-drain \\(appears on 1 node\\)\\n   Message: Not responding \\(set by $user at $stamp\\)\\n" \
+  "slurm-drain \\(appears on 1 node\\)\\n   Message: PSU failure \\(set by $user at $stamp\\)\\n"
 # %U writes "root(0)": the uid is dropped.
 check sinfo-pipe.txt 1 \
-  "slurm-drain \\(appears on 3 nodes\\)\\n   Message: GPU \"0\" lost, see ticket 42\\n   Remedy: set by $user at $stamp\\n"
+  "slurm-drain \\(appears on 3 nodes\\)\\n   Message: GPU \"0\" lost, see ticket 42 \\(set by $user at $stamp\\)\\n   Remedy: $drain_remedy\\n"
 exit $failed

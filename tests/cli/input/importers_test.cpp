@@ -29,6 +29,14 @@ namespace {
 
 std::string const kImports = VESK_CLI_TEST_DIR "/imports/";
 
+// How each scheduler finding says to return the node to service.
+constexpr char const* kDownRemedy =
+    "Revive the node, then: scontrol update NodeName=NODE State=RESUME";
+constexpr char const* kFailRemedy =
+    "Repair the node, then: scontrol update NodeName=NODE State=RESUME";
+constexpr char const* kDrainRemedy =
+    "Fix the reason, then: scontrol update NodeName=NODE State=RESUME";
+
 Config slurm(std::string const& name) {
   InputBytes bytes = read_input(kImports + name, simdjson::SIMDJSON_PADDING);
   std::ostringstream warn;
@@ -79,36 +87,36 @@ TEST(ImportSlurm, SinfoReasonTableKeepsReasonsCutAtTheirColumn) {
   Config const config = slurm("sinfo-R.txt");
   std::vector<Flat> const expected = {
       {"slurm-drain",
-       "memory errors on DIM",
-       "set by root at 2026-11-23T09:12:40",
+       "memory errors on DIM (set by root at 2026-11-23T09:12:40)",
+       kDrainRemedy,
        50,
        {"r1n03"},
        {2},
        false},
       {"slurm-drain",
-       "memory errors on DIM",
-       "set by root at 2026-11-23T09:12:40",
+       "memory errors on DIM (set by root at 2026-11-23T09:12:40)",
+       kDrainRemedy,
        50,
        {"r1n04"},
        {2},
        false},
       {"slurm-drain",
-       "say \"hi\" to ops",
-       "set by admin at 2026-11-23T09:20:00",
+       "say \"hi\" to ops (set by admin at 2026-11-23T09:20:00)",
+       kDrainRemedy,
        50,
        {"r2n07"},
        {3},
        false},
       {"slurm-drain",
-       "Not responding",
-       "set by slurm at 2026-11-23T09:30:11",
+       "Not responding (set by slurm at 2026-11-23T09:30:11)",
+       kDrainRemedy,
        50,
        {"r1n10"},
        {4},
        false},
       {"slurm-drain",
-       "Not responding",
-       "set by slurm at 2026-11-23T09:30:11",
+       "Not responding (set by slurm at 2026-11-23T09:30:11)",
+       kDrainRemedy,
        50,
        {"r1n11"},
        {4},
@@ -125,32 +133,34 @@ TEST(ImportSlurm, SinfoReasonTableKeepsReasonsCutAtTheirColumn) {
 TEST(ImportSlurm, PipeLinesTakeTheLastThreeFieldsFromTheRight) {
   Config const config = slurm("sinfo-R-pipe.txt");
   ASSERT_EQ(config.observations.size(), 3u);
-  EXPECT_EQ(config.observations[2]->message, "a | b \"quoted\" reason");
+  EXPECT_EQ(config.observations[2]->message,
+            "a | b \"quoted\" reason (set by admin at 2026-11-23T09:20:00)");
   EXPECT_EQ(config.observations[2]->nodes, std::vector<std::string>{"r2n07"});
   EXPECT_EQ(config.observations[0]->message,
-            "memory errors on DIMM B2, replace at next window");
+            "memory errors on DIMM B2, replace at next window (set by root "
+            "at 2026-11-23T09:12:40)");
 }
 
 TEST(ImportSlurm, SinfoGroupLayout) {
   Config const config = slurm("sinfo-groups.json");
   std::vector<Flat> const expected = {
       {"slurm-drain",
-       "GPU \"0\" fell off the bus",
-       "set by admin at 2026-11-23T12:00:00",
+       "GPU \"0\" fell off the bus (set by admin at 2026-11-23T12:00:00)",
+       kDrainRemedy,
        50,
        {"gpu01"},
        {1},
        false},
       {"slurm-drain",
-       "GPU \"0\" fell off the bus",
-       "set by admin at 2026-11-23T12:00:00",
+       "GPU \"0\" fell off the bus (set by admin at 2026-11-23T12:00:00)",
+       kDrainRemedy,
        50,
        {"gpu02"},
        {1},
        false},
       {"slurm-fail",
-       "PSU failure",
-       "set by root at 2026-11-23T13:00:00",
+       "PSU failure (set by root at 2026-11-23T13:00:00)",
+       kFailRemedy,
        80,
        {"gpu03"},
        {2},
