@@ -37,6 +37,8 @@
 #include <utility>
 #include <vector>
 
+#include "cli/adjust/adjust_results.hpp"
+#include "cli/clock.hpp"
 #include "cli/history/baseline.hpp"
 #include "cli/history/comparison.hpp"
 #include "cli/input/document_loader.hpp"
@@ -91,6 +93,10 @@ struct Options {
   TextLayout layout;
   std::optional<std::string> log_level;
   bool syslog = false;
+  // --suppressions: a file, "none", or unset (the default file, if any).
+  std::optional<std::string> suppressions;
+  // --check-suppressions [PATH]: list the rules instead of reporting.
+  bool check_suppressions = false;
 };
 
 // Keeps the process-wide log settings of the caller across a run.
@@ -174,8 +180,10 @@ struct RawOptions {
   std::string level;
   std::vector<std::string> imports;
   std::vector<std::string> reports;
+  std::string check_path;
   CLI::Option* level_option = nullptr;
   CLI::Option* report_option = nullptr;
+  CLI::Option* check_option = nullptr;
 };
 
 // Defines every option on `app`: bound to `options` where a value needs no
@@ -225,6 +233,16 @@ void define_options(CLI::App& app, Options& options, RawOptions& raw) {
                  "Compare with PATH, the JSON report of an earlier run "
                  "(--report json), and say what changed since")
       ->type_name("PATH");
+  app.add_option("--suppressions", options.suppressions,
+                 "Read the suppression rules from PATH (none: read none; "
+                 "default: the file the summary names, when it is there)")
+      ->type_name("PATH|none");
+  raw.check_option =
+      app.add_option("--check-suppressions", raw.check_path,
+                     "Check the suppression file PATH (default: as "
+                     "--suppressions), print one line per rule and exit")
+          ->type_name("[PATH]")
+          ->expected(0, 1);
   app.add_option("FILE", options.inputs.file, "The analysis result document")
       ->type_name("");
 }
@@ -310,6 +328,11 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
     }
     options.log_level = raw.level;
   }
+  if (raw.check_option->count() != 0) {
+    options.check_suppressions = true;
+    if (!raw.check_path.empty()) options.suppressions = raw.check_path;
+    return true;
+  }
   take_inputs(raw, options);
   take_reports(raw, options);
   if (options.inputs.demo && options.inputs.file) {
@@ -321,6 +344,18 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
         "no FILE given and standard input is a terminal (see --help)");
   }
   return true;
+}
+
+// --check-suppressions: the rules of the file, one line each, judged at
+// the run's time.
+void check_suppressions(std::optional<std::string> const& option,
+                        std::string& label, std::ostream& out) {
+  std::string const path =
+      option && *option != "none" ? *option : default_suppression_path();
+  label = path;
+  SuppressionFile const file = read_suppression_file(path);
+  out << suppression_listing(file,
+                             source_date_epoch().value_or(std::time(nullptr)));
 }
 
 // The run's records, held by pointer so that the last run of a process can
@@ -353,7 +388,15 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
                    std::string& label) {
   Options options;
   if (!parse_options(args, options, out)) return Outcome::kInfoShown;
+  if (options.check_suppressions) {
+    check_suppressions(options.suppressions, label, out);
+    return Outcome::kInfoShown;
+  }
 
+  // A suppression file that cannot be used stops the run before any input
+  // is read or any report written.
+  std::optional<SuppressionFile> rules =
+      read_suppressions(options.suppressions, label);
   EarlyBaseline early_baseline(options.baseline);
   RunRecords records;
   std::optional<ReportWriting> writing;
@@ -370,6 +413,8 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     ::openlog("vesk-report", LOG_PID, LOG_USER);
     log::LOG_OUTPUT = 1;
   }
+  std::shared_ptr<SuppressionReport const> suppressions =
+      adjust_results(inputs, std::move(rules), warnings);
   records.config = std::move(inputs.config);
 
   UtilityFunctions uf;
@@ -385,6 +430,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     run.scheduler = std::move(inputs.scheduler);
     build_model(uf, *records.data, std::move(run), lines, *records.model);
   }
+  records.model->suppressions = std::move(suppressions);
   compare_with_history(*records.model, std::move(baseline));
   records.model->blast_radius = options.layout.blast_radius;
   unmapped = writing->write(uf, *records.data, *records.model, options.layout,

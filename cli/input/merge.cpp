@@ -109,13 +109,19 @@ Config InputMerger::finish(std::optional<int> threshold) {
   } else if (has_import_ && config_.severity_threshold == -1) {
     config_.severity_threshold = kImportThreshold;
   }
-  for (auto const& output : imported_) {
-    if (!output->suppressed && output->severity >= config_.severity_threshold) {
-      config_.overall_pass = false;
-      break;
-    }
+  inputs_pass_ = config_.overall_pass;
+  if (!imports_pass(imported_, config_.severity_threshold)) {
+    config_.overall_pass = false;
   }
   return std::move(config_);
+}
+
+bool imports_pass(std::vector<std::shared_ptr<AnalysisOutput>> const& imported,
+                  int threshold) {
+  for (auto const& output : imported) {
+    if (!output->suppressed && output->severity >= threshold) return false;
+  }
+  return true;
 }
 
 }  // namespace cli

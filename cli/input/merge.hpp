@@ -67,6 +67,14 @@ class InputMerger {
   // The merged Config, with `threshold` (from --threshold) applied.
   Config finish(std::optional<int> threshold);
 
+  // After finish(): the verdict of the inputs themselves, before their
+  // imported results were judged, and those results (taken once), so that
+  // a stage that suppresses results can judge them again.
+  bool inputs_pass() const { return inputs_pass_; }
+  std::vector<std::shared_ptr<AnalysisOutput>> take_imported() {
+    return std::move(imported_);
+  }
+
  private:
   void add_nodes(std::vector<Node>& nodes);
 
@@ -75,7 +83,14 @@ class InputMerger {
   bool has_import_ = false;
   std::unordered_map<std::string, std::size_t> node_index_;
   std::vector<std::shared_ptr<AnalysisOutput>> imported_;
+  bool inputs_pass_ = true;
 };
+
+// imports_pass()
+//
+// False when an unsuppressed result of `imported` reaches `threshold`.
+bool imports_pass(std::vector<std::shared_ptr<AnalysisOutput>> const& imported,
+                  int threshold);
 
 }  // namespace cli
 }  // namespace vesk

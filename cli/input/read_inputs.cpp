@@ -39,6 +39,8 @@ InputsRead read_inputs(InputRequests const& requests, std::string& label,
     read.sources.push_back({request.format, request.path});
   }
   read.config = std::make_unique<Config>(merger.finish(requests.threshold));
+  read.inputs_pass = merger.inputs_pass();
+  read.imported = merger.take_imported();
   return read;
 }
 

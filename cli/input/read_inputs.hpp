@@ -66,6 +66,10 @@ struct InputsRead {
   LoadedSettings settings;
   std::vector<InputSource> sources;
   SchedulerStates scheduler{};
+  // The inputs' own verdict and the imported results (see merge.hpp), for
+  // the stage that suppresses results to judge again.
+  bool inputs_pass = true;
+  std::vector<std::shared_ptr<AnalysisOutput>> imported;
 };
 
 // read_inputs()

@@ -45,6 +45,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/adjust/suppressions.hpp"
 #include "cli/input/scheduler_states.hpp"
 #include "cli/library_output.hpp"
 #include "vesk/common/analysis_output.hpp"
@@ -204,6 +205,8 @@ struct ReportModel {
   // With --baseline: what changed since the earlier run, set after the
   // model is built; null otherwise.
   std::shared_ptr<ReportChanges const> changes;
+  // With a suppression file: its rules and what they hid; null otherwise.
+  std::shared_ptr<SuppressionReport const> suppressions;
   // With --blast-radius: the writers that can show each issue's reach
   // (the HTML page) do.
   bool blast_radius = false;
