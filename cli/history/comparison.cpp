@@ -189,9 +189,12 @@ Sides run_sides(ReportModel const& model, std::vector<HostSet>& issue_hosts) {
   return now;
 }
 
-// Identities: new, persisting (changed or not), resolved.
+// Identities: new, persisting (changed or not), resolved, or hidden by a
+// suppression rule of this run.
 void compare_identities(Sides const& now, Sides const& before,
-                        Hosts const& hosts, ReportChanges& changes) {
+                        Hosts const& hosts,
+                        SuppressionReport const* suppressions,
+                        ReportChanges& changes) {
   for (auto const& [key, side] : now) {
     auto const found = before.find(key);
     if (found == before.end()) {
@@ -209,9 +212,12 @@ void compare_identities(Sides const& now, Sides const& before,
     }
   }
   for (auto const& [key, side] : before) {
-    if (now.count(key) == 0) {
-      changes.resolved.push_back(identity_of(side, hosts));
-    }
+    if (now.count(key) != 0) continue;
+    bool const hidden =
+        suppressions != nullptr &&
+        suppressions->hid(static_cast<int>(side.kind), *side.id, *side.message);
+    (hidden ? changes.suppressed : changes.resolved)
+        .push_back(identity_of(side, hosts));
   }
 }
 
@@ -304,7 +310,8 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   Sides const before = baseline_sides(baseline);
   std::vector<HostSet> issue_hosts = issue_host_sets(model, baseline, hosts);
   Sides const now = run_sides(model, issue_hosts);
-  compare_identities(now, before, hosts, changes);
+  changes.has_suppressions = model.suppressions != nullptr;
+  compare_identities(now, before, hosts, model.suppressions.get(), changes);
   compare_issues(model, now, before, hosts, changes);
   compare_nodes(model, baseline, changes);
   return changes;

@@ -14,7 +14,9 @@
 //     were not then, the nodes it lost those then that are not now.
 //   - Any other issue of this run is "new".
 //   - An identity of the baseline that this run lacks is "resolved" (one
-//     entry per identity, with the union of its nodes then).
+//     entry per identity, with the union of its nodes then), unless a
+//     suppression rule of this run hid a result of that identity: then it
+//     is "suppressed", since it may well be there still.
 //   - first_seen: for a persisting issue, the earliest first_seen of its
 //     identity in the baseline (a baseline issue without one, from a run
 //     without --baseline, counts as first seen at the baseline's time);

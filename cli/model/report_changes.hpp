@@ -121,6 +121,10 @@ struct ReportChanges {
   // Each list sorted by id, then message, then kind.
   std::vector<IssueIdentity> new_identities;
   std::vector<IssueIdentity> resolved;
+  // With a suppression file: the identities of the baseline that a rule
+  // now hides (not resolved: the issue may well be there).
+  bool has_suppressions = false;
+  std::vector<IssueIdentity> suppressed;
   std::vector<ChangedIssue> changed;
 
   std::vector<std::string> new_nodes;        // newly with issues, sorted

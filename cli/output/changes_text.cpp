@@ -59,6 +59,10 @@ std::string changes_text(ReportChanges const& changes, int width) {
   };
   issue_list(text, "New issues", changes.new_identities, width, nodes_of);
   issue_list(text, "Resolved issues", changes.resolved, width, nodes_of);
+  if (changes.has_suppressions) {
+    issue_list(text, "Suppressed since the baseline", changes.suppressed, width,
+               nodes_of);
+  }
   issue_list(text, "Issues whose nodes changed", changes.changed, width,
              [&](ChangedIssue const& issue) {
                if (!issue.nodes_gained.empty()) {

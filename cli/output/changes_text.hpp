@@ -24,7 +24,10 @@
 //   Flapping nodes: none
 //   --------------------------------------------------------------------------
 //
-// (the block itself is not indented). Issues are listed once per identity
+// (the block itself is not indented). When a suppression file was read, a
+// list "Suppressed since the baseline" follows "Resolved issues": the
+// issues of the baseline that a rule now hides, nodes as the baseline had
+// them. Issues are listed once per identity
 // (kind, id, message), sorted by id, then message; node lists are folded
 // as the summary folds them. Issue lines wrap at spaces with a four-space
 // indent, node lists after commas; a width of 0 does not wrap.

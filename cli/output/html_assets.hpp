@@ -21,6 +21,8 @@ namespace cli {
 extern char const kHtmlStyle[];  // NUL-terminated
 // Added to the style of a page with changes or blast radius; NUL-terminated.
 extern char const kHtmlChangesStyle[];
+// Added to the style of a page with a suppression file; NUL-terminated.
+extern char const kHtmlSuppressionsStyle[];
 extern char const kHtmlScript[];  // NUL-terminated
 // The script's SHA-256 digest, 64 lower-case hex digits.
 extern char const kHtmlScriptSha256[];

@@ -71,6 +71,7 @@ void write_head(Page& page, ReportModel const& model) {
   page.raw("</title>\n<style>\n");
   page.raw(kHtmlStyle);
   if (model.changes || model.blast_radius) page.raw(kHtmlChangesStyle);
+  if (model.suppressions) page.raw(kHtmlSuppressionsStyle);
   page.raw("</style>\n</head>\n<body>\n");
 }
 
@@ -148,6 +149,7 @@ void write_html_report(ReportModel const& model, std::ostream& out) {
   html::write_heat_map(page, model);
   html::write_issues(page, model);
   if (model.changes) html::write_resolved(page, model);
+  if (model.suppressions) html::write_suppressions(page, model);
   html::write_definitions(page, model);
   page.raw("<script>").raw(kHtmlScript).raw("</script>\n</body>\n</html>\n");
   page.flush();

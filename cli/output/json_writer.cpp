@@ -125,6 +125,18 @@ void write_definition(JsonEmitter& json, ReportDefinition const& definition) {
   json.end_object();
 }
 
+// An issue of the baseline that this run does not show.
+void write_identity(JsonEmitter& json, IssueIdentity const& issue) {
+  json.begin_object();
+  json.member("id", issue.id);
+  json.member("kind", kind_name(issue.kind));
+  json.member("message", issue.message);
+  json.key("nodes");
+  json.strings(issue.nodes);
+  json.member("first_seen", issue.first_seen);
+  json.end_object();
+}
+
 // With a baseline, after the fields every report has: the earlier run,
 // the issues resolved since, the nodes that changed, the node histories.
 void write_changes(JsonEmitter& json, ReportChanges const& changes) {
@@ -137,17 +149,15 @@ void write_changes(JsonEmitter& json, ReportChanges const& changes) {
 
   json.key("resolved_issues");
   json.begin_array();
-  for (auto const& issue : changes.resolved) {
-    json.begin_object();
-    json.member("id", issue.id);
-    json.member("kind", kind_name(issue.kind));
-    json.member("message", issue.message);
-    json.key("nodes");
-    json.strings(issue.nodes);
-    json.member("first_seen", issue.first_seen);
-    json.end_object();
-  }
+  for (auto const& issue : changes.resolved) write_identity(json, issue);
   json.end_array();
+
+  if (changes.has_suppressions) {
+    json.key("suppressed_issues");
+    json.begin_array();
+    for (auto const& issue : changes.suppressed) write_identity(json, issue);
+    json.end_array();
+  }
 
   json.key("node_changes");
   json.begin_object();
@@ -178,12 +188,61 @@ void write_changes(JsonEmitter& json, ReportChanges const& changes) {
   json.end_object();
 }
 
+// What the suppression file did: every rule, with what it hid.
+void write_suppressions(JsonEmitter& json, SuppressionReport const& report) {
+  postprocessor::UtilityFunctions uf;
+  json.key("suppressions");
+  json.begin_object();
+  json.member("file", report.file.path);
+  json.member("evaluated_at",
+              rfc3339_utc(static_cast<std::time_t>(report.now)));
+  json.member("hidden_results", static_cast<std::int64_t>(report.hidden));
+  json.key("rules");
+  json.begin_array();
+  for (std::size_t i = 0; i < report.file.rules.size(); ++i) {
+    SuppressionRule const& rule = report.file.rules[i];
+    RuleUse const& use = report.uses[i];
+    json.begin_object();
+    json.member("line", static_cast<std::int64_t>(rule.line));
+    json.member("id", rule.id);
+    json.member_or_null("message", rule.message);
+    json.member_or_null(
+        "kind", rule.kind < 0 ? std::string() : kResultKindNames[rule.kind]);
+    json.member_or_null("nodes", rule.nodes);
+    json.member("owner", rule.owner);
+    json.member("reason", rule.reason);
+    json.member_or_null("ticket", rule.ticket);
+    json.member("expires", rule.expires);
+    json.member_or_null(
+        "expires_at",
+        rule.expires_at
+            ? rfc3339_utc(static_cast<std::time_t>(*rule.expires_at))
+            : std::string());
+    json.member("state", rule_state_name(use.state));
+    json.key("hidden");
+    json.begin_object();
+    json.member("results", static_cast<std::int64_t>(use.results));
+    json.key("nodes");
+    json.strings(use.nodes);
+    json.member("nodes_text",
+                use.nodes.empty() ? "" : uf.get_node_string_merge(use.nodes));
+    json.end_object();
+    json.end_object();
+  }
+  json.end_array();
+  json.end_object();
+}
+
 }  // namespace
+
+char const* json_schema_version(ReportModel const& model) {
+  return model.suppressions ? kJsonSchemaVersion : "1.2";
+}
 
 void write_json_report(ReportModel const& model, std::ostream& out) {
   JsonEmitter json(out, "cannot write the JSON report");
   json.begin_object();
-  json.member("schema_version", kJsonSchemaVersion);
+  json.member("schema_version", json_schema_version(model));
   json.member("generator", model.run.generator);
   json.member("generated_at", rfc3339_utc(model.generated_at));
 
@@ -240,6 +299,7 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
   }
   json.end_array();
   if (model.changes) write_changes(json, *model.changes);
+  if (model.suppressions) write_suppressions(json, *model.suppressions);
   json.end_object();
 
   json.finish("\n");

@@ -18,6 +18,7 @@
 //   std::ostringstream out;
 //   vesk::cli::write_json_report(model, out);
 //   // {"schema_version":"1.2","generator":"vesk-report 1.1.0",...}\n
+//   // ("1.3" when a suppression file was read)
 
 #ifndef VESK_CLI_OUTPUT_JSON_WRITER_HPP_
 #define VESK_CLI_OUTPUT_JSON_WRITER_HPP_
@@ -38,7 +39,18 @@ namespace cli {
 // and "node_history". They are written only with a baseline.
 // 1.2 added each issue's "blast_radius": how many of the tested nodes it is
 // on, as a share, and how it falls on the node groups.
-inline constexpr char const* kJsonSchemaVersion = "1.2";
+// 1.3 added "suppressions" (the suppression file's rules and what they
+// hid) and, with a baseline, "suppressed_issues".
+//
+// A report names the lowest version that describes it: a report without
+// a 1.3 field is a 1.2 report, byte for byte what earlier versions wrote.
+inline constexpr char const* kJsonSchemaVersion = "1.3";
+
+// json_schema_version()
+//
+// The version `model`'s report is written as: kJsonSchemaVersion, or "1.2"
+// when the report holds nothing that 1.3 added.
+char const* json_schema_version(ReportModel const& model);
 
 // write_json_report()
 //

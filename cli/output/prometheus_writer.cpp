@@ -102,6 +102,10 @@ void write_change_families(ReportChanges const& changes, std::ostream& out) {
              static_cast<std::int64_t>(changes.persisting_issues));
   issues.add({{"change", "resolved"}},
              static_cast<std::int64_t>(changes.resolved.size()));
+  if (changes.has_suppressions) {
+    issues.add({{"change", "suppressed"}},
+               static_cast<std::int64_t>(changes.suppressed.size()));
+  }
   write_family(issues, out);
 
   Family nodes{"vesk_report_node_changes",
@@ -241,6 +245,41 @@ void write_definition_family(ReportModel const& model, std::ostream& out) {
   write_family(definitions, out);
 }
 
+// With a suppression file: its rules by state, and when the rules that
+// expire do.
+void write_suppression_families(SuppressionReport const& report,
+                                std::ostream& out) {
+  Family rules{"vesk_report_suppression_rules",
+               "Rules of the suppression file: active (hid a result), unused "
+               "(holds, hid nothing) and expired.",
+               {}};
+  std::map<RuleState, std::int64_t> states;
+  for (RuleUse const& use : report.uses) ++states[use.state];
+  for (RuleState state :
+       {RuleState::kActive, RuleState::kUnused, RuleState::kExpired}) {
+    rules.add({{"state", rule_state_name(state)}}, states[state]);
+  }
+  write_family(rules, out);
+
+  // Two rules of one id and owner are one series: the one that expires
+  // first, which is the one to renew or let go.
+  Family expiry{"vesk_report_suppression_expiry_timestamp_seconds",
+                "When a suppression rule stops holding (Unix time), for the "
+                "rules that expire; by id and owner, the earliest.",
+                {}};
+  std::map<std::pair<std::string, std::string>, std::int64_t> earliest;
+  for (SuppressionRule const& rule : report.file.rules) {
+    if (!rule.expires_at) continue;
+    auto const [place, added] =
+        earliest.emplace(std::make_pair(rule.id, rule.owner), *rule.expires_at);
+    if (!added) place->second = std::min(place->second, *rule.expires_at);
+  }
+  for (auto const& [key, at] : earliest) {
+    expiry.add({{"id", key.first}, {"owner", key.second}}, at);
+  }
+  write_family(expiry, out);
+}
+
 }  // namespace
 
 void write_prometheus_report(ReportModel const& model, std::ostream& out) {
@@ -248,6 +287,7 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
   write_issue_families(model, out);
   write_definition_family(model, out);
   if (model.changes) write_change_families(*model.changes, out);
+  if (model.suppressions) write_suppression_families(*model.suppressions, out);
 }
 
 }  // namespace cli

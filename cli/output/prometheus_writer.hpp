@@ -47,6 +47,17 @@
 //                                               "recovered": the reverse
 //   vesk_report_flapping_nodes                  nodes marked flapping
 //
+// With a suppression file (model.suppressions set), also:
+//
+//   vesk_report_suppression_rules{state}        rules "active", "unused"
+//                                               and "expired"
+//   vesk_report_suppression_expiry_timestamp_seconds{id,owner}
+//                                               when a rule that expires
+//                                               stops holding; rules of one
+//                                               id and owner: the earliest
+//   and vesk_report_changes{change="suppressed"} with --baseline: issues
+//   of the baseline that a rule now hides.
+//
 // Within a series the labels are in name order; the series of a family are
 // in the order of their label sets (compared name by name, then value by
 // value, bytewise), so the same model always gives the same bytes. Label

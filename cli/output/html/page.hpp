@@ -123,6 +123,7 @@ void write_nodes_shown(Page& page, std::string_view folded,
 void write_heat_map(Page& page, ReportModel const& model);
 void write_issues(Page& page, ReportModel const& model);
 void write_resolved(Page& page, ReportModel const& model);
+void write_suppressions(Page& page, ReportModel const& model);
 void write_definitions(Page& page, ReportModel const& model);
 
 }  // namespace html
