@@ -309,6 +309,46 @@ def test_demo_baseline(browser, page, out, vesk_report):
     check_common(browser, page, "demo-baseline", out)
 
 
+def test_demo_suppressed(browser, page, out, vesk_report):
+    """The demo with tests/cli/suppressions/kernel.xml at 2026-11-23T13:00Z:
+    kernel-version hidden on its 4 nodes, a rule that expired on 2026-11-20
+    and one that expires within the week (2026-11-28T11:00Z) and hides
+    nothing, since the demo has no gpu-xid."""
+    path = os.path.join(out, "demo-suppressed.html")
+    here = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
+                        "suppressions")
+    env = dict(os.environ, SOURCE_DATE_EPOCH="1795438800")
+    status = subprocess.run(
+        [vesk_report, "--demo", "--suppressions", "kernel.xml",
+         "--report", "html=" + path], cwd=here, env=env,
+        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        timeout=60).returncode
+    expect_equal(status, 1, "demo-suppressed: exit status")
+    page.navigate("file://" + path)
+    expect_equal(len(page.evaluate(VISIBLE)), 10, "demo-suppressed: issues")
+    check("kernel-version" not in page.evaluate(VISIBLE),
+          "demo-suppressed: kernel-version hidden")
+    expect_equal(page.evaluate(
+        "[...document.querySelectorAll('#suppressions tbody tr')].map(r =>"
+        " [r.className, ...[...r.cells].map(c => c.textContent)])"),
+        [["", "4", "kernel-version", "\u2013", "\u2013", "r2n[15-18]", "bob",
+          "test nodes stay on the old kernel", "\u2013", "never", "active",
+          "4 results on r2n[15-18]"],
+         ["expired", "6", "dimm-*", "\u2013", "\u2013", "r2n11", "alice",
+          "DIMM B2 replacement ordered", "RMA-4711", "2026-11-20", "expired",
+          "0 results"],
+         ["expiring", "8", "gpu-xid", "\u2013", "\u2013", "every node",
+          "carol", "GPU swap scheduled", "\u2013",
+          "2026-11-28T12:00:00+01:00", "unused expires soon", "0 results"]],
+        "demo-suppressed: rules")
+    # The expired rule is struck through, its state badge is not.
+    expect_equal(page.evaluate(
+        "getComputedStyle(document.querySelector('#suppressions tr.expired"
+        " td')).textDecorationLine"), "line-through",
+        "demo-suppressed: expired rule struck through")
+    check_common(browser, page, "demo-suppressed", out)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--chromium", required=True)
@@ -338,6 +378,7 @@ def main():
                 test_demo(browser, page, out, args.vesk_report,
                           args.docs_screenshot)
                 test_demo_baseline(browser, page, out, args.vesk_report)
+                test_demo_suppressed(browser, page, out, args.vesk_report)
         except ChromiumError as error:
             FAILURES.append(str(error))
             print("FAILED: %s\n%s" % (error, browser.log_text()[-3000:]))

@@ -8,6 +8,8 @@
 
 #include "cli/output/prometheus_writer.hpp"
 
+#include <cstdio>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include "support/held_names.hpp"
+#include "support/temp_file.hpp"
 
 namespace vesk {
 namespace cli {
@@ -91,6 +94,57 @@ TEST(PrometheusWriter, WritesTheFamiliesWithoutIssues) {
                       "# HELP vesk_report_node_max_severity "),
             std::string::npos);
   EXPECT_EQ(series_of(text, "vesk_report_node_max_severity"), "");
+}
+
+// Rules of one id and owner make one expiry series, the earliest; a rule
+// that never expires makes none; every state is counted, 0 included.
+TEST(PrometheusWriter, CountsTheSuppressionRulesAndTheirExpiry) {
+  auto report = std::make_shared<SuppressionReport>();
+  report->file = parse_suppression_file(
+      "<suppressions version=\"1\">\n"
+      "<suppress id=\"dimm-ecc\" owner=\"alice\" reason=\"r\" "
+      "expires=\"2026-12-15\"/>\n"
+      "<suppress id=\"dimm-ecc\" owner=\"alice\" reason=\"r\" "
+      "expires=\"2026-12-01T00:00:00Z\"/>\n"
+      "<suppress id=\"kernel-*\" owner=\"bob\" reason=\"r\" "
+      "expires=\"never\"/>\n"
+      "<suppress id=\"old\" owner=\"carol\" reason=\"r\" "
+      "expires=\"2020-01-01\"/>\n"
+      "</suppressions>\n",
+      "/etc/vesk.xml");
+  report->uses.resize(4);
+  report->uses[0].state = RuleState::kActive;
+  report->uses[1].state = RuleState::kActive;
+  report->uses[2].state = RuleState::kUnused;
+  report->uses[3].state = RuleState::kExpired;
+  ReportModel model;
+  model.suppressions = report;
+  std::string const text = metrics_of(model);
+  EXPECT_EQ(series_of(text, "vesk_report_suppression_rules"),
+            "vesk_report_suppression_rules{state=\"active\"} 2\n"
+            "vesk_report_suppression_rules{state=\"expired\"} 1\n"
+            "vesk_report_suppression_rules{state=\"unused\"} 1\n");
+  // 2026-12-01T00:00:00Z is 20788 days after 1970-01-01; 2020-01-02 18263.
+  EXPECT_EQ(series_of(text, "vesk_report_suppression_expiry_timestamp_seconds"),
+            "vesk_report_suppression_expiry_timestamp_seconds{id=\"dimm-ecc\","
+            "owner=\"alice\"} " +
+                std::to_string(20788LL * 86400) +
+                "\n"
+                "vesk_report_suppression_expiry_timestamp_seconds{id=\"old\","
+                "owner=\"carol\"} " +
+                std::to_string(18263LL * 86400) + "\n");
+  EXPECT_EQ(metrics_of(ReportModel{}).find("suppression"), std::string::npos);
+
+  testing::TempFile file("suppressions.prom");
+  file.write(text);
+  std::string const command =
+      "promtool check metrics < '" + file.path() + "' 2>&1";
+  FILE* pipe = ::popen(command.c_str(), "r");
+  ASSERT_NE(pipe, nullptr);
+  std::string output;
+  char buffer[512];
+  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) output += buffer;
+  EXPECT_EQ(::pclose(pipe), 0) << output;
 }
 
 }  // namespace
