@@ -43,7 +43,7 @@ class RuleIndex {
       if (matcher.id.literal()) {
         by_id_[rule.id].push_back(at);
       } else {
-        globs_.push_back(at);
+        globs_[rule.id.substr(0, rule.id.find_first_of("*?"))].push_back(at);
       }
       matchers_.push_back(std::move(matcher));
     }
@@ -58,8 +58,15 @@ class RuleIndex {
     std::vector<std::size_t> found;
     auto const exact = by_id_.find(std::string(id));
     if (exact != by_id_.end()) found = exact->second;
-    for (std::size_t const at : globs_) {
-      if (matchers_[at].id.matches(id)) found.push_back(at);
+    // Only the globs whose plain beginning begins the id can match it.
+    std::string prefix;
+    for (std::size_t size = 0; size <= id.size(); ++size) {
+      if (size > 0) prefix += id[size - 1];
+      auto const globs = globs_.find(prefix);
+      if (globs == globs_.end()) continue;
+      for (std::size_t const at : globs->second) {
+        if (matchers_[at].id.matches(id)) found.push_back(at);
+      }
     }
     std::sort(found.begin(), found.end());
     return candidates_.emplace(id, std::move(found)).first->second;
@@ -86,7 +93,8 @@ class RuleIndex {
  private:
   std::vector<Matcher> matchers_;
   std::unordered_map<std::string, std::vector<std::size_t>> by_id_;
-  std::vector<std::size_t> globs_;
+  // The rules with a glob id, by the id's text before its first wildcard.
+  std::unordered_map<std::string, std::vector<std::size_t>> globs_;
   // Keys view the results' ids, which outlive the index.
   std::unordered_map<std::string_view, std::vector<std::size_t>> candidates_;
 };
@@ -126,10 +134,18 @@ char const* rule_state_name(RuleState state) {
   return "";
 }
 
+std::string SuppressionReport::identity_text(int kind, std::string_view id,
+                                             std::string_view message) {
+  std::string text = std::to_string(kind) + ":" + std::to_string(id.size());
+  text += ":";
+  text += id;
+  text += message;
+  return text;
+}
+
 bool SuppressionReport::hid(int kind, std::string_view id,
                             std::string_view message) const {
-  return hidden_identities.find(std::make_tuple(kind, id, message)) !=
-         hidden_identities.end();
+  return hidden_identities.count(identity_text(kind, id, message)) != 0;
 }
 
 bool rule_expired(SuppressionRule const& rule, std::int64_t now) {
@@ -165,9 +181,8 @@ SuppressionReport apply_suppressions(Config& config, SuppressionFile file,
       use.state = RuleState::kActive;
       ++use.results;
       nodes[*rule].insert(output->nodes.begin(), output->nodes.end());
-      if (!report.hid(kind, output->id, output->message)) {
-        report.hidden_identities.emplace(kind, output->id, output->message);
-      }
+      report.hidden_identities.insert(
+          SuppressionReport::identity_text(kind, output->id, output->message));
     }
     ++kind;
   }

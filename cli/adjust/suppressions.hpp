@@ -16,8 +16,9 @@
 // kMaxSuppressionWarnings of them, then one line counting the rest).
 //
 // Matching is built for many rules over many results: rules with a plain
-// id are found by hashing the result's id, the rules with a glob id that
-// match an id are worked out once per distinct id, and each rule's nodes
+// id are found by hashing the result's id; the rules with a glob id that
+// match an id are worked out once per distinct id, trying only the globs
+// whose text before the first wildcard begins the id; each rule's nodes
 // are a hash set.
 //
 // Example:
@@ -34,10 +35,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <ostream>
-#include <set>
 #include <string>
 #include <string_view>
-#include <tuple>
+#include <unordered_set>
 #include <vector>
 
 #include "cli/adjust/suppression_file.hpp"
@@ -75,8 +75,13 @@ struct SuppressionReport {
   // kResultKindNames.
   bool hid(int kind, std::string_view id, std::string_view message) const;
 
-  std::set<std::tuple<int, std::string, std::string>, std::less<>>
-      hidden_identities;
+  // The identities hidden, each as identity_text() writes it.
+  std::unordered_set<std::string> hidden_identities;
+
+  // One text per identity: the kind, the id's length, the id and the
+  // message, so that no two identities share a text.
+  static std::string identity_text(int kind, std::string_view id,
+                                   std::string_view message);
 };
 
 // rule_expired()

@@ -11,10 +11,13 @@
 
 #include "cli/adjust/suppressions.hpp"
 
+#include <algorithm>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "cli/adjust/glob.hpp"
 #include "cli/input/read_inputs.hpp"
 
 #include <gtest/gtest.h>
@@ -157,6 +160,100 @@ TEST(ApplySuppressions, ExpiredRulesWarnWithinTheCap) {
   expected +=
       "vesk-report: /etc/vesk.xml: warning: 2 more warnings not shown\n";
   EXPECT_EQ(a.warnings, expected);
+}
+
+// The rules as the format states them, applied one result at a time: the
+// first live rule, in file order, whose kind, id, message and nodes fit.
+std::vector<int> hiders_by_the_letter(Config const& config,
+                                      SuppressionFile const& file,
+                                      std::int64_t now) {
+  std::vector<int> hiders;
+  int kind = 0;
+  for (auto const* list : {&config.diagnoses, &config.observations,
+                           &config.secondary_observations}) {
+    for (auto const& output : *list) {
+      int hider = output->suppressed ? -2 : -1;
+      for (std::size_t i = 0; hider == -1 && i < file.rules.size(); ++i) {
+        SuppressionRule const& rule = file.rules[i];
+        bool const covered = std::all_of(
+            output->nodes.begin(), output->nodes.end(), [&](auto const& n) {
+              return !rule.has_nodes ||
+                     std::count(rule.node_names.begin(), rule.node_names.end(),
+                                n) != 0;
+            });
+        if (!rule_expired(rule, now) && (rule.kind < 0 || rule.kind == kind) &&
+            Glob(rule.id).matches(output->id) &&
+            (rule.message.empty() ||
+             Glob(rule.message).matches(output->message)) &&
+            covered) {
+          hider = static_cast<int>(i);
+        }
+      }
+      hiders.push_back(hider);
+    }
+    ++kind;
+  }
+  return hiders;
+}
+
+// Random rules from pieces of the demo's ids, messages and nodes: the
+// indexed matching hides exactly what the rules by the letter hide.
+TEST(ApplySuppressions, AgreesWithTheRulesByTheLetter) {
+  std::vector<std::string> const ids = {"*",
+                                        "kernel-*",
+                                        "kernel-version",
+                                        "ib-*",
+                                        "ib-port-state",
+                                        "*-ecc",
+                                        "dimm-ecc",
+                                        "memory-?ize",
+                                        "?*",
+                                        "provider-error-code#*",
+                                        "thermal-*",
+                                        "cpu-throttle",
+                                        "x*",
+                                        "ib-link-width",
+                                        "*throttl*"};
+  std::vector<std::string> const messages = {
+      "", "*", "Installed memory*", "*GiB*", "Port 1*", "nothing"};
+  std::vector<std::string> const nodes = {
+      "", "r2n[01-06]", "r2n[15-16]", "r1n[01-08]", "r2n11", "r1n0[3-5]"};
+  std::vector<std::string> const expires = {"never", "2020-01-01",
+                                            "2026-12-15"};
+  std::mt19937 random(11);
+  for (int round = 0; round < 300; ++round) {
+    std::string rules;
+    int const count = 1 + static_cast<int>(random() % 6);
+    for (int i = 0; i < count; ++i) {
+      std::string attributes = "id=\"" + ids[random() % ids.size()] + "\"";
+      std::string const& message = messages[random() % messages.size()];
+      if (!message.empty()) attributes += " message=\"" + message + "\"";
+      std::string const& node_list = nodes[random() % nodes.size()];
+      if (!node_list.empty()) attributes += " nodes=\"" + node_list + "\"";
+      int const kind = static_cast<int>(random() % 4) - 1;
+      if (kind >= 0) {
+        attributes += std::string(" kind=\"") + kResultKindNames[kind] + "\"";
+      }
+      rules += rule(attributes, expires[random() % expires.size()]);
+    }
+    SuppressionFile const file = file_of(rules);
+    std::unique_ptr<Config> const before = demo();
+    std::vector<int> const expected = hiders_by_the_letter(*before, file, kNow);
+    Applied const a = apply(rules);
+    std::vector<std::size_t> counts(file.rules.size());
+    std::size_t k = 0;
+    for (auto const* list : {&a.config->diagnoses, &a.config->observations,
+                             &a.config->secondary_observations}) {
+      for (auto const& output : *list) {
+        ASSERT_EQ(output->suppressed, expected[k] != -1) << rules;
+        if (expected[k] >= 0) ++counts[static_cast<std::size_t>(expected[k])];
+        ++k;
+      }
+    }
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+      EXPECT_EQ(a.report.uses[i].results, counts[i]) << rules;
+    }
+  }
 }
 
 TEST(SuppressionListing, OneLinePerRuleWithItsStateNow) {
