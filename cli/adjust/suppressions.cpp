@@ -111,12 +111,8 @@ void warn_expired(SuppressionReport const& report, std::ostream& warnings) {
              << "\n";
   }
   if (written > kMaxSuppressionWarnings) {
-    std::size_t const more = written - kMaxSuppressionWarnings;
-    warnings << one_line("vesk-report: " + report.file.path +
-                         ": warning: " + std::to_string(more) +
-                         (more == 1 ? " more warning" : " more warnings") +
-                         " not shown")
-             << "\n";
+    warnings << more_warnings_line(report.file.path,
+                                   written - kMaxSuppressionWarnings);
   }
 }
 

@@ -41,12 +41,13 @@
 #include <vector>
 
 #include "cli/adjust/suppression_file.hpp"
+#include "cli/input/input_error.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
 namespace cli {
 
-inline constexpr std::size_t kMaxSuppressionWarnings = 20;
+inline constexpr std::size_t kMaxSuppressionWarnings = kMaxWarningLines;
 
 enum class RuleState { kActive, kUnused, kExpired };
 

@@ -82,5 +82,12 @@ std::string escape_visible_controls(std::string text) {
   return text;
 }
 
+std::string more_warnings_line(std::string const& label, std::size_t more) {
+  return one_line(
+             "vesk-report: " + label + ": warning: " + std::to_string(more) +
+             (more == 1 ? " more warning" : " more warnings") + " not shown") +
+         "\n";
+}
+
 }  // namespace cli
 }  // namespace vesk

@@ -17,6 +17,7 @@
 #ifndef VESK_CLI_INPUT_INPUT_ERROR_HPP_
 #define VESK_CLI_INPUT_INPUT_ERROR_HPP_
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -37,6 +38,17 @@ class InputError : public std::runtime_error {
 
   std::string place;
 };
+
+// How many warning lines one input may write; a document with a million
+// unknown keys must not bury its report under a million lines. The lines
+// past the cap are counted in one last line, more_warnings_line().
+inline constexpr std::size_t kMaxWarningLines = 20;
+
+// more_warnings_line()
+//
+// "vesk-report: <label>: warning: <more> more warning(s) not shown" and a
+// line feed, escaped as one_line() does.
+std::string more_warnings_line(std::string const& label, std::size_t more);
 
 // Control characters
 //

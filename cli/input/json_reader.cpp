@@ -189,12 +189,7 @@ void JsonReader::finish() {
   }
   walking_ = false;
   if (warnings_ > kMaxWarnings) {
-    std::size_t const more = warnings_ - kMaxWarnings;
-    warn_ << one_line("vesk-report: " + label_ +
-                      ": warning: " + std::to_string(more) +
-                      (more == 1 ? " more warning" : " more warnings") +
-                      " not shown")
-          << "\n";
+    warn_ << more_warnings_line(label_, warnings_ - kMaxWarnings);
   }
 }
 

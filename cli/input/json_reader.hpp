@@ -137,9 +137,7 @@ class JsonReader {
   // kMaxWarnings lines, only counts it.
   void warn(std::string const& what);
 
-  // How many warning lines one input may write; a document with a million
-  // unknown keys must not bury its report under a million lines.
-  static constexpr std::size_t kMaxWarnings = 20;
+  static constexpr std::size_t kMaxWarnings = kMaxWarningLines;
 
   // unknown_key()
   //

@@ -11,7 +11,6 @@
 #include "cli/history/comparison.hpp"
 
 #include <algorithm>
-#include <cstdio>
 #include <ctime>
 #include <iterator>
 #include <memory>
@@ -22,7 +21,7 @@
 #include "cli/output/changes_text.hpp"
 #include "cli/output/prometheus_writer.hpp"
 #include "support/held_names.hpp"
-#include "support/temp_file.hpp"
+#include "support/promtool.hpp"
 
 #include <gtest/gtest.h>
 
@@ -395,16 +394,8 @@ TEST(ChangeMetrics, CountTheChangesAndPassPromtool) {
   EXPECT_EQ(plain.str().find("vesk_report_changes"), std::string::npos);
   EXPECT_EQ(plain.str().find("flapping"), std::string::npos);
 
-  testing::TempFile file("changes.prom");
-  file.write(text);
-  std::string const command =
-      "promtool check metrics < '" + file.path() + "' 2>&1";
-  FILE* pipe = ::popen(command.c_str(), "r");
-  ASSERT_NE(pipe, nullptr);
-  std::string output;
-  char buffer[512];
-  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) output += buffer;
-  EXPECT_EQ(::pclose(pipe), 0) << output;
+  testing::PromtoolCheck const check = testing::promtool_check_metrics(text);
+  EXPECT_EQ(check.status, 0) << check.output;
 }
 
 }  // namespace

@@ -78,6 +78,13 @@ TEST(MayHoldControls, FindsEachEscapableByteWherever) {
   EXPECT_FALSE(may_hold_controls("~"));  // 0x7e
 }
 
+TEST(MoreWarningsLine, CountsTheWarningsLeftOut) {
+  EXPECT_EQ(more_warnings_line("a.json", 5),
+            "vesk-report: a.json: warning: 5 more warnings not shown\n");
+  EXPECT_EQ(more_warnings_line("a\nb", 1),
+            "vesk-report: a\\nb: warning: 1 more warning not shown\n");
+}
+
 }  // namespace
 }  // namespace cli
 }  // namespace vesk

@@ -8,7 +8,6 @@
 
 #include "cli/output/prometheus_writer.hpp"
 
-#include <cstdio>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -17,7 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "support/held_names.hpp"
-#include "support/temp_file.hpp"
+#include "support/promtool.hpp"
 
 namespace vesk {
 namespace cli {
@@ -135,16 +134,8 @@ TEST(PrometheusWriter, CountsTheSuppressionRulesAndTheirExpiry) {
                 std::to_string(18263LL * 86400) + "\n");
   EXPECT_EQ(metrics_of(ReportModel{}).find("suppression"), std::string::npos);
 
-  testing::TempFile file("suppressions.prom");
-  file.write(text);
-  std::string const command =
-      "promtool check metrics < '" + file.path() + "' 2>&1";
-  FILE* pipe = ::popen(command.c_str(), "r");
-  ASSERT_NE(pipe, nullptr);
-  std::string output;
-  char buffer[512];
-  while (std::fgets(buffer, sizeof buffer, pipe) != nullptr) output += buffer;
-  EXPECT_EQ(::pclose(pipe), 0) << output;
+  testing::PromtoolCheck const check = testing::promtool_check_metrics(text);
+  EXPECT_EQ(check.status, 0) << check.output;
 }
 
 }  // namespace
