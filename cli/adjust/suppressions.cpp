@@ -5,8 +5,10 @@
 #include "cli/adjust/suppressions.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <optional>
+#include <thread>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -25,9 +27,11 @@ struct Matcher {
   Glob id;
   std::optional<Glob> message;
   bool every_node = true;
-  std::unordered_set<std::string_view> nodes;
+  std::vector<std::uint32_t> nodes;  // numbers of RuleIndex::node_numbers_
 };
 
+// The live rules, compiled and indexed; read-only once built, so that two
+// threads may look up at once.
 class RuleIndex {
  public:
   RuleIndex(SuppressionFile const& file, std::int64_t now) {
@@ -38,7 +42,13 @@ class RuleIndex {
           i, rule.kind, Glob(rule.id), std::nullopt, !rule.has_nodes, {}};
       if (!rule.message.empty()) matcher.message.emplace(rule.message);
       matcher.nodes.reserve(rule.node_names.size());
-      for (auto const& name : rule.node_names) matcher.nodes.insert(name);
+      for (auto const& name : rule.node_names) {
+        matcher.nodes.push_back(
+            node_numbers_
+                .emplace(name, static_cast<std::uint32_t>(node_numbers_.size()))
+                .first->second);
+      }
+      std::sort(matcher.nodes.begin(), matcher.nodes.end());
       std::size_t const at = matchers_.size();
       if (matcher.id.literal()) {
         by_id_[rule.id].push_back(at);
@@ -51,10 +61,8 @@ class RuleIndex {
 
   bool empty() const { return matchers_.empty(); }
 
-  // The rules whose id matches `id`, in file order; worked out once per id.
-  std::vector<std::size_t> const& candidates(std::string_view id) {
-    auto const cached = candidates_.find(id);
-    if (cached != candidates_.end()) return cached->second;
+  // The rules whose id matches `id`, in file order.
+  std::vector<std::size_t> candidates(std::string_view id) const {
     std::vector<std::size_t> found;
     auto const exact = by_id_.find(std::string(id));
     if (exact != by_id_.end()) found = exact->second;
@@ -69,25 +77,32 @@ class RuleIndex {
       }
     }
     std::sort(found.begin(), found.end());
-    return candidates_.emplace(id, std::move(found)).first->second;
+    return found;
   }
 
-  // The first rule that hides `output` of list `kind`, or none.
-  std::optional<std::size_t> hider(AnalysisOutput const& output, int kind) {
-    for (std::size_t const at : candidates(output.id)) {
-      Matcher const& m = matchers_[at];
-      if (m.kind != -1 && m.kind != kind) continue;
-      if (m.message && !m.message->matches(output.message)) continue;
-      if (!m.every_node &&
-          !std::all_of(output.nodes.begin(), output.nodes.end(),
-                       [&](std::string const& node) {
-                         return m.nodes.count(node) != 0;
-                       })) {
-        continue;
-      }
-      return m.rule;
+  // Whether the rule at `at`, whose id matches, hides `output` of list
+  // `kind`.
+  bool hides(std::size_t at, AnalysisOutput const& output, int kind) const {
+    Matcher const& m = matchers_[at];
+    if (m.kind != -1 && m.kind != kind) return false;
+    // The nodes first: they rule out most results, and cost less than a
+    // message, which lies elsewhere in memory.
+    if (!m.every_node &&
+        !std::all_of(output.nodes.begin(), output.nodes.end(),
+                     [&](std::string const& node) {
+                       auto const number = node_numbers_.find(node);
+                       return number != node_numbers_.end() &&
+                              std::binary_search(m.nodes.begin(), m.nodes.end(),
+                                                 number->second);
+                     })) {
+      return false;
     }
-    return std::nullopt;
+    return !m.message || m.message->matches(output.message);
+  }
+
+  // The rule's index in the file.
+  std::int32_t rule_of(std::size_t at) const {
+    return static_cast<std::int32_t>(matchers_[at].rule);
   }
 
  private:
@@ -95,9 +110,84 @@ class RuleIndex {
   std::unordered_map<std::string, std::vector<std::size_t>> by_id_;
   // The rules with a glob id, by the id's text before its first wildcard.
   std::unordered_map<std::string, std::vector<std::size_t>> globs_;
-  // Keys view the results' ids, which outlive the index.
+  // Every node a rule names, numbered: one small table that stays in the
+  // cache, where a set per rule would not.
+  std::unordered_map<std::string_view, std::uint32_t> node_numbers_;
+};
+
+// One thread's search: the candidate rules are worked out once per
+// distinct id, and kept.
+class HiderSearch {
+ public:
+  explicit HiderSearch(RuleIndex const& index) : index_(index) {}
+
+  // The file index of the first rule that hides `output` of list `kind`,
+  // or -1.
+  std::int32_t hider(AnalysisOutput const& output, int kind) {
+    auto found = candidates_.find(output.id);
+    if (found == candidates_.end()) {
+      // Keys view the results' ids, which outlive the search.
+      found =
+          candidates_.emplace(output.id, index_.candidates(output.id)).first;
+    }
+    for (std::size_t const at : found->second) {
+      if (index_.hides(at, output, kind)) return index_.rule_of(at);
+    }
+    return -1;
+  }
+
+ private:
+  RuleIndex const& index_;
   std::unordered_map<std::string_view, std::vector<std::size_t>> candidates_;
 };
+
+// Lists this long are searched on two threads, a half each.
+constexpr std::size_t kTwoThreadsFrom = 1 << 16;
+
+// The rule that hides each result of `list` (-1: none, or the result came
+// suppressed).
+std::vector<std::int32_t> hiders_of(
+    RuleIndex const& index,
+    std::vector<std::shared_ptr<AnalysisOutput>> const& list, int kind) {
+  std::vector<std::int32_t> hiders(list.size(), -1);
+  auto const search = [&](std::size_t from, std::size_t to) {
+    HiderSearch hider_search(index);
+    for (std::size_t i = from; i < to; ++i) {
+      // The results lie all over the heap: ask for the next ones' records,
+      // and for the ids and nodes of those a little nearer, ahead of use.
+      if (i + 16 < to) __builtin_prefetch(list[i + 16].get());
+      if (i + 8 < to && list[i + 8] != nullptr) {
+        __builtin_prefetch(list[i + 8]->id.data());
+        __builtin_prefetch(list[i + 8]->nodes.data());
+      }
+      AnalysisOutput const* output = list[i].get();
+      if (output == nullptr || output->suppressed) continue;
+      hiders[i] = hider_search.hider(*output, kind);
+    }
+  };
+  if (list.size() < kTwoThreadsFrom) {
+    search(0, list.size());
+    return hiders;
+  }
+  std::size_t const half = list.size() / 2;
+  std::exception_ptr failure;
+  std::thread other([&] {
+    try {
+      search(half, list.size());
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  });
+  try {
+    search(0, half);
+  } catch (...) {
+    other.join();
+    throw;
+  }
+  other.join();
+  if (failure) std::rethrow_exception(failure);
+  return hiders;
+}
 
 void warn_expired(SuppressionReport const& report, std::ostream& warnings) {
   std::size_t written = 0;
@@ -163,28 +253,32 @@ SuppressionReport apply_suppressions(Config& config, SuppressionFile file,
   warn_expired(report, warnings);
   RuleIndex index(report.file, now);
   if (index.empty()) return report;
-  std::vector<std::unordered_set<std::string_view>> nodes(report.uses.size());
+  std::vector<std::vector<std::string_view>> nodes(report.uses.size());
   int kind = 0;
   for (auto* list : {&config.diagnoses, &config.observations,
                      &config.secondary_observations}) {
-    for (auto const& output : *list) {
-      if (output == nullptr || output->suppressed) continue;
-      std::optional<std::size_t> const rule = index.hider(*output, kind);
-      if (!rule) continue;
+    std::vector<std::int32_t> const hiders = hiders_of(index, *list, kind);
+    for (std::size_t i = 0; i < list->size(); ++i) {
+      if (hiders[i] < 0) continue;
+      auto const rule = static_cast<std::size_t>(hiders[i]);
+      AnalysisOutput* output = (*list)[i].get();
       output->suppressed = true;
       ++report.hidden;
-      RuleUse& use = report.uses[*rule];
+      RuleUse& use = report.uses[rule];
       use.state = RuleState::kActive;
       ++use.results;
-      nodes[*rule].insert(output->nodes.begin(), output->nodes.end());
+      nodes[rule].insert(nodes[rule].end(), output->nodes.begin(),
+                         output->nodes.end());
       report.hidden_identities.insert(
           SuppressionReport::identity_text(kind, output->id, output->message));
     }
     ++kind;
   }
   for (std::size_t i = 0; i < nodes.size(); ++i) {
+    std::sort(nodes[i].begin(), nodes[i].end());
+    nodes[i].erase(std::unique(nodes[i].begin(), nodes[i].end()),
+                   nodes[i].end());
     report.uses[i].nodes.assign(nodes[i].begin(), nodes[i].end());
-    std::sort(report.uses[i].nodes.begin(), report.uses[i].nodes.end());
   }
   return report;
 }
