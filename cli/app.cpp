@@ -233,6 +233,9 @@ void define_options(CLI::App& app, Options& options, RawOptions& raw) {
                  "Compare with PATH, the JSON report of an earlier run "
                  "(--report json), and say what changed since")
       ->type_name("PATH");
+  app.add_flag("--merge-similar", options.inputs.merge_similar,
+               "Merge the findings that differ only in numbers into one "
+               "issue (\"device {1,3}\")");
   app.add_option("--suppressions", options.suppressions,
                  "Read the suppression rules from PATH (none: read none; "
                  "default: the file the summary names, when it is there)")
@@ -413,8 +416,8 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     ::openlog("vesk-report", LOG_PID, LOG_USER);
     log::LOG_OUTPUT = 1;
   }
-  std::shared_ptr<SuppressionReport const> suppressions =
-      adjust_results(inputs, std::move(rules), warnings);
+  Adjustments adjusted = adjust_results(inputs, std::move(rules),
+                                        options.inputs.merge_similar, warnings);
   records.config = std::move(inputs.config);
 
   UtilityFunctions uf;
@@ -430,7 +433,8 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
     run.scheduler = std::move(inputs.scheduler);
     build_model(uf, *records.data, std::move(run), lines, *records.model);
   }
-  records.model->suppressions = std::move(suppressions);
+  records.model->suppressions = std::move(adjusted.suppressions);
+  records.model->merged = std::move(adjusted.merged);
   compare_with_history(*records.model, std::move(baseline));
   records.model->blast_radius = options.layout.blast_radius;
   unmapped = writing->write(uf, *records.data, *records.model, options.layout,

@@ -36,19 +36,26 @@ std::optional<SuppressionFile> read_suppressions(
   return read_suppression_file(path);
 }
 
-std::shared_ptr<SuppressionReport const> adjust_results(
-    InputsRead& inputs, std::optional<SuppressionFile> file,
-    std::ostream& warnings) {
-  if (!file) return nullptr;
-  std::int64_t const now = source_date_epoch().value_or(std::time(nullptr));
-  auto report = std::make_shared<SuppressionReport>(
-      apply_suppressions(*inputs.config, std::move(*file), now, warnings));
-  if (report->hidden != 0) {
-    inputs.config->overall_pass =
-        inputs.inputs_pass &&
-        imports_pass(inputs.imported, inputs.config->severity_threshold);
+Adjustments adjust_results(InputsRead& inputs,
+                           std::optional<SuppressionFile> file,
+                           bool merge_alike, std::ostream& warnings) {
+  Adjustments done;
+  if (file) {
+    std::int64_t const now = source_date_epoch().value_or(std::time(nullptr));
+    auto report = std::make_shared<SuppressionReport>(
+        apply_suppressions(*inputs.config, std::move(*file), now, warnings));
+    if (report->hidden != 0) {
+      inputs.config->overall_pass =
+          inputs.inputs_pass &&
+          imports_pass(inputs.imported, inputs.config->severity_threshold);
+    }
+    done.suppressions = std::move(report);
   }
-  return report;
+  if (merge_alike) {
+    done.merged =
+        std::make_shared<MergeReport const>(merge_similar(*inputs.config));
+  }
+  return done;
 }
 
 }  // namespace cli

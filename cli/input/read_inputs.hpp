@@ -46,6 +46,9 @@ struct InputRequests {
   std::optional<std::string> file;  // the vesk document ("-": standard input)
   std::vector<ImportRequest> imports;
   std::optional<int> threshold;  // --threshold
+  // --merge-similar: consensus imports take outputs that differ only in
+  // numbers as alike.
+  bool merge_similar = false;
 };
 
 // One input read: its format ("vesk" for the analysis result document,

@@ -45,6 +45,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/adjust/merge_similar.hpp"
 #include "cli/adjust/suppressions.hpp"
 #include "cli/input/scheduler_states.hpp"
 #include "cli/library_output.hpp"
@@ -207,6 +208,8 @@ struct ReportModel {
   std::shared_ptr<ReportChanges const> changes;
   // With a suppression file: its rules and what they hid; null otherwise.
   std::shared_ptr<SuppressionReport const> suppressions;
+  // With --merge-similar: the merged groups; null otherwise.
+  std::shared_ptr<MergeReport const> merged;
   // With --blast-radius: the writers that can show each issue's reach
   // (the HTML page) do.
   bool blast_radius = false;

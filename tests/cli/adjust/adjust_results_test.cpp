@@ -80,7 +80,8 @@ TEST(AdjustResults, JudgesTheImportsAgainWhenTheirResultsAreHidden) {
       "<suppressions version=\"1\"><suppress id=\"*\" owner=\"o\" "
       "reason=\"r\" expires=\"never\"/></suppressions>",
       "f.xml");
-  auto const report = adjust_results(inputs, std::move(file), warnings);
+  auto const report =
+      adjust_results(inputs, std::move(file), false, warnings).suppressions;
   ASSERT_NE(report, nullptr);
   EXPECT_EQ(report->hidden, inputs.imported.size());
   EXPECT_TRUE(inputs.config->overall_pass);
@@ -92,7 +93,10 @@ TEST(AdjustResults, WithoutAFileChangesNothing) {
   std::string label;
   std::ostringstream warnings;
   InputsRead inputs = read_inputs(requests, label, warnings);
-  EXPECT_EQ(adjust_results(inputs, std::nullopt, warnings), nullptr);
+  Adjustments const done =
+      adjust_results(inputs, std::nullopt, false, warnings);
+  EXPECT_EQ(done.suppressions, nullptr);
+  EXPECT_EQ(done.merged, nullptr);
   EXPECT_FALSE(inputs.config->overall_pass);
 }
 
