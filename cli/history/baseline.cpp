@@ -178,6 +178,8 @@ class BaselineReader {
           } else if (key == "message") {
             issue.message = json_.get_string(item);
             has_message = true;
+          } else if (key == "message_template") {
+            issue.message_template = json_.get_string(item);
           } else if (key == "nodes") {
             json_.for_each_element(
                 item, "an array of node lists", [&](ondemand::value& group) {
@@ -442,8 +444,8 @@ std::vector<std::string> Baseline::nodes_of(BaselineIssue const& issue) const {
 void Baseline::add_issue(IssueKind kind, std::string id, std::string message,
                          std::vector<std::string> const& names,
                          std::string first_seen) {
-  BaselineIssue issue{
-      kind, std::move(id), std::move(message), {}, std::move(first_seen)};
+  BaselineIssue issue{kind, std::move(id),        std::move(message), "",
+                      {},   std::move(first_seen)};
   for (auto const& name : names) issue.nodes.push_back(hosts.index(name));
   std::sort(issue.nodes.begin(), issue.nodes.end());
   issue.nodes.erase(std::unique(issue.nodes.begin(), issue.nodes.end()),

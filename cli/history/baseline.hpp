@@ -81,6 +81,9 @@ struct BaselineIssue {
   IssueKind kind = IssueKind::kObservation;
   std::string id;
   std::string message;
+  // A merged issue's template ("{1}" per number; 1.3 reports written with
+  // --merge-similar), else "".
+  std::string message_template;
   // Its distinct hosts, as indexes into Baseline::hosts, ascending.
   std::vector<std::uint32_t> nodes;
   std::string first_seen;  // RFC 3339, "" when the report has none

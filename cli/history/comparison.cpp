@@ -15,6 +15,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "cli/input/message_template.hpp"
 #include "cli/model/issue_identity.hpp"
 #include "cli/model/report_time.hpp"
 #include "cli/parallel.hpp"
@@ -116,10 +117,12 @@ using Sides = std::map<IdentityKey, Side>;
 
 // The baseline's issues by identity, each with the earliest first_seen of
 // its issues (one without counts as first seen at the baseline's time).
-Sides baseline_sides(Baseline const& baseline) {
+Sides baseline_sides(Baseline const& baseline,
+                     std::vector<std::string> const& messages) {
   Sides before;
-  for (auto const& issue : baseline.issues) {
-    Side& side = before[identity_key(issue.kind, issue.id, issue.message)];
+  for (std::size_t i = 0; i < baseline.issues.size(); ++i) {
+    BaselineIssue const& issue = baseline.issues[i];
+    Side& side = before[identity_key(issue.kind, issue.id, messages[i])];
     std::string const& seen =
         issue.first_seen.empty() ? baseline.generated_at : issue.first_seen;
     if (side.id == nullptr) {
@@ -174,11 +177,12 @@ std::vector<HostSet> issue_host_sets(ReportModel const& model,
 }
 
 // This run's issues by identity; `issue_hosts` is used up.
-Sides run_sides(ReportModel const& model, std::vector<HostSet>& issue_hosts) {
+Sides run_sides(ReportModel const& model, std::vector<HostSet>& issue_hosts,
+                std::vector<std::string> const& messages) {
   Sides now;
   for (std::size_t k = 0; k < model.issues.size(); ++k) {
     ReportIssue const& issue = model.issues[k];
-    Side& side = now[identity_key(issue.kind, issue.id, issue.message)];
+    Side& side = now[identity_key(issue.kind, issue.id, messages[k])];
     HostSet& nodes = issue_hosts[k];
     if (side.id == nullptr) {
       side = Side{issue.kind, &issue.id, &issue.message, std::move(nodes), ""};
@@ -222,12 +226,14 @@ void compare_identities(Sides const& now, Sides const& before,
 }
 
 // Each issue of this run, by ref.
-void compare_issues(ReportModel const& model, Sides const& now,
+void compare_issues(ReportModel const& model,
+                    std::vector<std::string> const& messages, Sides const& now,
                     Sides const& before, Hosts const& hosts,
                     ReportChanges& changes) {
   changes.issues.reserve(model.issues.size());
-  for (auto const& issue : model.issues) {
-    IdentityKey const key = identity_key(issue.kind, issue.id, issue.message);
+  for (std::size_t k = 0; k < model.issues.size(); ++k) {
+    ReportIssue const& issue = model.issues[k];
+    IdentityKey const key = identity_key(issue.kind, issue.id, messages[k]);
     IssueComparison compared;
     auto const found = before.find(key);
     if (found == before.end()) {
@@ -307,12 +313,36 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   changes.generated_at = rfc3339_utc(model.generated_at);
 
   Hosts hosts(baseline.hosts);
-  Sides const before = baseline_sides(baseline);
+  // The message part of each identity: the message, or with
+  // --merge-similar its template, so that a value that changed since is
+  // not a new issue.
+  bool const by_template = model.merged != nullptr;
+  std::vector<std::string> before_messages;
+  before_messages.reserve(baseline.issues.size());
+  for (BaselineIssue const& issue : baseline.issues) {
+    before_messages.push_back(!by_template ? issue.message
+                              : !issue.message_template.empty()
+                                  ? key_of_template(issue.message_template)
+                                  : template_key(issue.message));
+  }
+  std::vector<std::string> now_messages;
+  now_messages.reserve(model.issues.size());
+  for (ReportIssue const& issue : model.issues) {
+    MergedGroup const* group =
+        by_template ? model.merged->find(static_cast<int>(issue.kind), issue.id,
+                                         issue.severity, issue.message)
+                    : nullptr;
+    now_messages.push_back(!by_template ? issue.message
+                           : group != nullptr
+                               ? key_of_template(group->template_text)
+                               : template_key(issue.message));
+  }
+  Sides const before = baseline_sides(baseline, before_messages);
   std::vector<HostSet> issue_hosts = issue_host_sets(model, baseline, hosts);
-  Sides const now = run_sides(model, issue_hosts);
+  Sides const now = run_sides(model, issue_hosts, now_messages);
   changes.has_suppressions = model.suppressions != nullptr;
   compare_identities(now, before, hosts, model.suppressions.get(), changes);
-  compare_issues(model, now, before, hosts, changes);
+  compare_issues(model, now_messages, now, before, hosts, changes);
   compare_nodes(model, baseline, changes);
   return changes;
 }

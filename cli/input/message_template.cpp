@@ -148,6 +148,23 @@ std::string MessageTemplate::fill(
   return out;
 }
 
+std::string key_of_template(std::string_view text) {
+  std::string key;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '{') {
+      std::size_t end = at + 1;
+      while (end < text.size() && is_digit(text[end])) ++end;
+      if (end > at + 1 && end < text.size() && text[end] == '}') {
+        key += kNumberMark;
+        at = end;
+        continue;
+      }
+    }
+    key += text[at];
+  }
+  return key;
+}
+
 bool less_by_value(std::string const& a, std::string const& b) {
   long double const x = value_of(a);
   long double const y = value_of(b);

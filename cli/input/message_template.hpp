@@ -61,6 +61,11 @@ MessageTemplate message_template(std::string_view message);
 // message_template(message).key, for identities: cheaper, no values kept.
 std::string template_key(std::string_view message);
 
+// key_of_template()
+//
+// The key of a template as text() writes it: each "{N}" a number.
+std::string key_of_template(std::string_view text);
+
 // merged_values()
 //
 // The distinct values of `values`, written merged (see above).

@@ -73,9 +73,32 @@ void write_blast_radius(JsonEmitter& json, BlastRadius const& radius) {
   json.end_object();
 }
 
+// A merged issue's template, and the values on each node at each place
+// that varies.
+void write_merged(JsonEmitter& json, MergedGroup const& group) {
+  json.member("message_template", group.template_text);
+  json.key("message_values");
+  json.begin_array();
+  for (VaryingPlace const& place : group.places) {
+    json.begin_object();
+    json.member_index("position", place.position);
+    json.key("values");
+    json.begin_array();
+    for (auto const& [node, value] : place.values) {
+      json.begin_object();
+      json.member("node", node);
+      json.member("value", value);
+      json.end_object();
+    }
+    json.end_array();
+    json.end_object();
+  }
+  json.end_array();
+}
+
 void write_issue(JsonEmitter& json, ReportIssue const& issue,
                  BlastRadiusIndex const& blast_radius,
-                 ReportChanges const* changes) {
+                 ReportChanges const* changes, MergeReport const* merged) {
   json.begin_object();
   json.member_index("ref", issue.ref);
   json.member("section", issue.fail_side ? "fail" : "other");
@@ -85,6 +108,13 @@ void write_issue(JsonEmitter& json, ReportIssue const& issue,
   json.member("severity", issue.severity);
   json.member("band", band_name(issue.band));
   json.member("message", issue.message);
+  if (merged != nullptr) {
+    if (MergedGroup const* group =
+            merged->find(static_cast<int>(issue.kind), issue.id, issue.severity,
+                         issue.message)) {
+      write_merged(json, *group);
+    }
+  }
   json.member("remedy", issue.remedy);
   json.key("nodes");
   json.begin_array();
@@ -236,7 +266,7 @@ void write_suppressions(JsonEmitter& json, SuppressionReport const& report) {
 }  // namespace
 
 char const* json_schema_version(ReportModel const& model) {
-  return model.suppressions ? kJsonSchemaVersion : "1.2";
+  return model.suppressions || model.merged ? kJsonSchemaVersion : "1.2";
 }
 
 void write_json_report(ReportModel const& model, std::ostream& out) {
@@ -288,7 +318,8 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
   json.begin_array();
   BlastRadiusIndex const blast_radius(model);
   for (auto const& issue : model.issues) {
-    write_issue(json, issue, blast_radius, model.changes.get());
+    write_issue(json, issue, blast_radius, model.changes.get(),
+                model.merged.get());
   }
   json.end_array();
 

@@ -40,7 +40,9 @@ namespace cli {
 // 1.2 added each issue's "blast_radius": how many of the tested nodes it is
 // on, as a share, and how it falls on the node groups.
 // 1.3 added "suppressions" (the suppression file's rules and what they
-// hid) and, with a baseline, "suppressed_issues".
+// hid) and, with a baseline, "suppressed_issues"; and, with
+// --merge-similar, a merged issue's "message_template" and
+// "message_values".
 //
 // A report names the lowest version that describes it: a report without
 // a 1.3 field is a 1.2 report, byte for byte what earlier versions wrote.
@@ -48,8 +50,8 @@ inline constexpr char const* kJsonSchemaVersion = "1.3";
 
 // json_schema_version()
 //
-// The version `model`'s report is written as: kJsonSchemaVersion, or "1.2"
-// when the report holds nothing that 1.3 added.
+// The version `model`'s report is written as: kJsonSchemaVersion when a
+// suppression file was read or --merge-similar given, else "1.2".
 char const* json_schema_version(ReportModel const& model);
 
 // write_json_report()

@@ -33,6 +33,7 @@ WHOLE_PROGRAM_SUITES = {
     "baseline_app_test.cpp",      # --baseline through the program
     "baseline_sequence_test.cpp",  # a series of runs
     "importers_test.cpp",         # every importer through import_input
+    "merge_similar_app_test.cpp",  # --merge-similar through the program
 }
 INCLUDE = re.compile(r'^#include "cli/([^"]+)"')
 
