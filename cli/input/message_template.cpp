@@ -70,8 +70,9 @@ void for_each_number(std::string_view text, Number&& number) {
   }
 }
 
-// The number a value stands for.
-long double value_of(std::string_view text) {
+}  // namespace
+
+long double number_value(std::string_view text) {
   long double value = 0;
   if (text.size() > 2 && text[1] == 'x') {
     for (char const c : text.substr(2)) {
@@ -93,8 +94,6 @@ long double value_of(std::string_view text) {
   }
   return value;
 }
-
-}  // namespace
 
 MessageTemplate message_template(std::string_view message) {
   MessageTemplate out;
@@ -166,8 +165,8 @@ std::string key_of_template(std::string_view text) {
 }
 
 bool less_by_value(std::string const& a, std::string const& b) {
-  long double const x = value_of(a);
-  long double const y = value_of(b);
+  long double const x = number_value(a);
+  long double const y = number_value(b);
   return std::tie(x, a) < std::tie(y, b);
 }
 

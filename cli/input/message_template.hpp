@@ -71,6 +71,11 @@ std::string key_of_template(std::string_view text);
 // The distinct values of `values`, written merged (see above).
 std::string merged_values(std::vector<std::string> values);
 
+// number_value()
+//
+// The number a value of a message stands for: "0x10" 16, "7.5" 7.5.
+long double number_value(std::string_view value);
+
 // less_by_value()
 //
 // The order merged_values() writes values in: by the number each stands

@@ -99,6 +99,13 @@ void write_issue(
       .raw("</button></h4>\n<dl>\n<dt>Message</dt><dd>")
       .text(issue.message)
       .raw("</dd>\n");
+  if (model.merged) {
+    if (MergedGroup const* group =
+            model.merged->find(static_cast<int>(issue.kind), issue.id,
+                               issue.severity, issue.message)) {
+      write_histograms(page, *group);
+    }
+  }
   if (!issue.remedy.empty()) {
     page.raw("<dt>Remedy</dt><dd>").text(issue.remedy).raw("</dd>\n");
   }

@@ -124,6 +124,10 @@ void write_heat_map(Page& page, ReportModel const& model);
 void write_issues(Page& page, ReportModel const& model);
 void write_resolved(Page& page, ReportModel const& model);
 void write_suppressions(Page& page, ReportModel const& model);
+
+// Within an issue: a merged issue's template and a chart of the values at
+// each place that varies (histograms.cpp).
+void write_histograms(Page& page, MergedGroup const& group);
 void write_definitions(Page& page, ReportModel const& model);
 
 }  // namespace html

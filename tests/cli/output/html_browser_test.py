@@ -349,6 +349,43 @@ def test_demo_suppressed(browser, page, out, vesk_report):
     check_common(browser, page, "demo-suppressed", out)
 
 
+def test_merged(browser, page, out, vesk_report):
+    """--merge-similar on six nodes whose bandwidth messages differ only
+    in the device: devices 1, 1, 2, 3, 3, 3 make three bars of 2, 1 and 3
+    nodes, lowest on cn01 and cn02, highest on cn04 to cn06."""
+    log = os.path.join(out, "merged-nhc.log")
+    devices = [1, 1, 2, 3, 3, 3]
+    with open(log, "w") as f:
+        for i, device in enumerate(devices):
+            f.write("cn%02d: ERROR:  nhc:  Health check failed:  Bandwidth "
+                    "is low on device %d.\n" % (i + 1, device))
+    path = os.path.join(out, "merged.html")
+    status = subprocess.run(
+        [vesk_report, "--merge-similar", "--import", "nhc=" + log,
+         "--report", "html=" + path], stdout=subprocess.DEVNULL,
+        timeout=60).returncode
+    expect_equal(status, 1, "merged: exit status")
+    page.navigate("file://" + path)
+    expect_equal(page.evaluate(VISIBLE),
+                 ["nhc-bandwidth-is-low-on-device-n"], "merged: issues")
+    expect_equal(page.evaluate(
+        "[...document.querySelectorAll('#issues .issue dd')]"
+        ".map(d => d.textContent).slice(0, 2)"),
+        ["Bandwidth is low on device {1,2,3}.",
+         "Bandwidth is low on device {1}."], "merged: message and template")
+    expect_equal(page.evaluate(
+        "[...document.querySelectorAll('figure.values rect')].map(r =>"
+        " [r.getAttribute('data-count'), r.querySelector('title')"
+        ".textContent, r.getBoundingClientRect().height > 0])"),
+        [["2", "1: 2 nodes", True], ["1", "2: 1 node", True],
+         ["3", "3: 3 nodes", True]], "merged: bars")
+    expect_equal(page.evaluate(
+        "document.querySelector('figure.values figcaption').textContent"),
+        "lowest 1 on cn01, cn02; highest 3 on cn04, cn05, cn06",
+        "merged: caption")
+    check_common(browser, page, "merged", out)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--chromium", required=True)
@@ -379,6 +416,7 @@ def main():
                           args.docs_screenshot)
                 test_demo_baseline(browser, page, out, args.vesk_report)
                 test_demo_suppressed(browser, page, out, args.vesk_report)
+                test_merged(browser, page, out, args.vesk_report)
         except ChromiumError as error:
             FAILURES.append(str(error))
             print("FAILED: %s\n%s" % (error, browser.log_text()[-3000:]))
