@@ -357,7 +357,8 @@ SuppressionFile parse_suppression_file(std::string_view text,
 }
 
 SuppressionFile read_suppression_file(std::string const& path) {
-  InputBytes bytes = read_input(path, 1, kMaxSuppressionFileSize);
+  InputBytes bytes =
+      read_input(path, 1, kMaxSuppressionFileSize, InputKind::kText);
   return parse_suppression_file(bytes.text(), path);
 }
 

@@ -46,9 +46,12 @@ std::string position(char const* text, std::size_t offset) {
 
 // Looks at a stream's bytes as they come for what shows that it cannot be
 // a JSON document: a first byte (after a byte order mark and blanks) other
-// than "{", or a NUL byte anywhere. Each byte is looked at once.
+// than "{", or a NUL byte anywhere; for lines of text, a NUL byte. Each
+// byte is looked at once.
 class StreamCheck {
  public:
+  explicit StreamCheck(InputKind kind) : opened_(kind == InputKind::kText) {}
+
   // Checks `bytes[checked_, size)`; throws InputError naming the place.
   void check(char const* bytes, std::size_t size) {
     if (!opened_) {
@@ -70,7 +73,8 @@ class StreamCheck {
     if (auto const* nul = static_cast<char const*>(
             std::memchr(bytes + checked_, '\0', size - checked_))) {
       throw InputError(position(bytes, static_cast<std::size_t>(nul - bytes)),
-                       "expected JSON text, found a NUL byte");
+                       text_ ? "expected text, found a NUL byte"
+                             : "expected JSON text, found a NUL byte");
     }
     checked_ = size;
   }
@@ -78,6 +82,7 @@ class StreamCheck {
  private:
   std::size_t checked_ = 0;
   bool opened_ = false;
+  bool text_ = opened_;
 };
 
 }  // namespace
@@ -109,11 +114,12 @@ InputBytes::~InputBytes() {
   if (mapped_ != nullptr) ::munmap(mapped_, mapped_capacity_);
 }
 
-InputBytes read_stream(int fd, std::size_t padding, std::size_t limit) {
+InputBytes read_stream(int fd, std::size_t padding, std::size_t limit,
+                       InputKind kind) {
   InputBytes result;
   std::string& bytes = result.owned_;
   std::size_t used = 0;
-  StreamCheck check;
+  StreamCheck check(kind);
   // One byte more than the limit is room enough to see that a stream is
   // too long.
   std::size_t const most = limit + 1;
@@ -142,8 +148,8 @@ InputBytes read_stream(int fd, std::size_t padding, std::size_t limit) {
 }
 
 InputBytes read_input(std::string const& path, std::size_t padding,
-                      std::size_t limit) {
-  if (path == "-") return read_stream(STDIN_FILENO, padding, limit);
+                      std::size_t limit, InputKind kind) {
+  if (path == "-") return read_stream(STDIN_FILENO, padding, limit, kind);
   FileDescriptor const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   if (file.get() < 0) fail_read(errno);
   struct stat info {};
@@ -154,7 +160,7 @@ InputBytes read_input(std::string const& path, std::size_t padding,
   // A file whose size the system gives as 0 may still have bytes (those
   // of /proc do); a really empty file ends at once.
   if (!S_ISREG(info.st_mode) || info.st_size == 0) {
-    return read_stream(file.get(), padding, limit);
+    return read_stream(file.get(), padding, limit, kind);
   }
   std::size_t const size = static_cast<std::size_t>(info.st_size);
   if (size > limit) fail_size(limit, std::to_string(size) + " bytes");

@@ -42,6 +42,10 @@ inline constexpr std::size_t kMaxInputSize = (std::size_t{4} << 30) - 1;
 // document holds; a stream no longer than this is only parsed, as a file.
 inline constexpr std::size_t kStreamCheckSize = 1 << 20;
 
+// What an input holds: a JSON document, or lines of text (which a stream
+// may begin with anything but a NUL byte).
+enum class InputKind { kJson, kText };
+
 // FileDescriptor
 //
 // An open descriptor, closed when the object goes.
@@ -79,8 +83,9 @@ class InputBytes {
 
  private:
   friend InputBytes read_input(std::string const& path, std::size_t padding,
-                               std::size_t limit);
-  friend InputBytes read_stream(int fd, std::size_t padding, std::size_t limit);
+                               std::size_t limit, InputKind kind);
+  friend InputBytes read_stream(int fd, std::size_t padding, std::size_t limit,
+                                InputKind kind);
 
   std::string owned_;
   char* mapped_ = nullptr;
@@ -99,7 +104,8 @@ class InputBytes {
 // "<line>:<column>", ...} when a stream cannot be JSON (see read_stream()),
 // and std::bad_alloc when no memory can be mapped for it.
 InputBytes read_input(std::string const& path, std::size_t padding,
-                      std::size_t limit = kMaxInputSize);
+                      std::size_t limit = kMaxInputSize,
+                      InputKind kind = InputKind::kJson);
 
 // read_stream()
 //
@@ -114,9 +120,12 @@ InputBytes read_input(std::string const& path, std::size_t padding,
 // a byte order mark and blanks is not "{" (InputError{"<line>:<column>",
 // "expected a JSON object"}), or at its first NUL byte, which JSON never
 // holds (InputError{"<line>:<column>", "expected JSON text, found a NUL
-// byte"}). A shorter stream is left to the parser, as a file is.
+// byte"}). A shorter stream is left to the parser, as a file is. A stream
+// of InputKind::kText is only refused at its first NUL byte ("expected
+// text, found a NUL byte").
 InputBytes read_stream(int fd, std::size_t padding,
-                       std::size_t limit = kMaxInputSize);
+                       std::size_t limit = kMaxInputSize,
+                       InputKind kind = InputKind::kJson);
 
 }  // namespace cli
 }  // namespace vesk

@@ -50,6 +50,12 @@ Config import_input(ImportRequest const& request, std::string& label,
                     std::ostream& warn, SchedulerStates* states) {
   label = request.path == "-" ? "(standard input)" : request.path;
   if (request.format == "dcgm") return import_dcgm(request.path, label, warn);
+  if (request.format == "nhc") {
+    // Lines of text: a pipe of them may be long and begins with anything.
+    InputBytes bytes = read_input(request.path, 1, kMaxInputSize,
+                                  InputKind::kText);
+    return import_nhc(bytes.text());
+  }
   InputBytes bytes = read_input(request.path, simdjson::SIMDJSON_PADDING);
   if (request.format == "slurm") {
     return import_slurm(bytes, label, warn, states);

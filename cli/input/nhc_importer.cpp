@@ -24,32 +24,6 @@ constexpr std::int32_t kUnreadable = 50;
 
 bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
-bool is_host_char(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
-         (c >= '0' && c <= '9') || c == '-' || c == '_' || c == '.';
-}
-
-bool starts_with_nocase(std::string_view text, std::string_view prefix) {
-  if (text.size() < prefix.size()) return false;
-  for (std::size_t i = 0; i < prefix.size(); ++i) {
-    char a = text[i];
-    char b = prefix[i];
-    if (a >= 'A' && a <= 'Z') a = static_cast<char>(a - 'A' + 'a');
-    if (b >= 'A' && b <= 'Z') b = static_cast<char>(b - 'A' + 'a');
-    if (a != b) return false;
-  }
-  return true;
-}
-
-bool is_dash_line(std::string_view line) {
-  line = trim_line(line);
-  if (line.size() < 3) return false;
-  for (char const c : line) {
-    if (c != '-') return false;
-  }
-  return true;
-}
-
 // What one text says.
 struct Reading {
   enum Kind { kFinding, kStatus, kUnreadable } kind = kUnreadable;
@@ -137,14 +111,7 @@ class NhcImporter {
 
  private:
   static void check_text(std::string_view text) {
-    std::size_t const bad = first_invalid_utf8(text);
-    if (bad != text.size()) {
-      throw InputError(place(text, bad), "expected UTF-8 text");
-    }
-    std::size_t const nul = text.find('\0');
-    if (nul != std::string_view::npos) {
-      throw InputError(place(text, nul), "expected text, found a NUL byte");
-    }
+    check_plain_text(text);
     std::size_t first = 0;
     while (
         first < text.size() &&
@@ -152,31 +119,15 @@ class NhcImporter {
       ++first;
     }
     if (first < text.size() && (text[first] == '{' || text[first] == '[')) {
-      throw InputError(place(text, first),
+      throw InputError(text_place(text, first),
                        "expected lines HOST: TEXT, HOST | TEXT or gathered "
                        "blocks, found JSON");
     }
   }
 
-  static std::string place(std::string_view text, std::size_t offset) {
-    std::size_t line = 1;
-    std::size_t start = 0;
-    for (std::size_t i = 0; i < offset; ++i) {
-      if (text[i] == '\n') {
-        ++line;
-        start = i + 1;
-      }
-    }
-    return std::to_string(line) + ":" + std::to_string(offset - start + 1);
-  }
-
   // The node set of a block header, with clush's " (N)" count removed.
   void start_block(std::string_view header, std::size_t line_index) {
-    std::string_view set = trim_line(header);
-    if (!set.empty() && set.back() == ')') {
-      std::size_t const open = set.rfind(" (");
-      if (open != std::string_view::npos) set = trim_line(set.substr(0, open));
-    }
+    std::string_view const set = gathered_node_set(header);
     std::string const place = std::to_string(line_index) + ":1";
     block_nodes_ = builder_.add_host_list(set, place);
     in_block_ = true;

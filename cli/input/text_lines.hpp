@@ -3,7 +3,8 @@
 // File: text_lines.hpp
 //
 // What the importers of line-oriented text share: a text cut into its
-// lines, and a line without the blanks and carriage return around it.
+// lines, a line without the blanks and carriage return around it, and how
+// the gathering tools (pdsh, clush) write host names and gathered blocks.
 //
 // Example:
 //
@@ -13,6 +14,7 @@
 #ifndef VESK_CLI_INPUT_TEXT_LINES_HPP_
 #define VESK_CLI_INPUT_TEXT_LINES_HPP_
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +31,41 @@ std::vector<std::string_view> split_lines(std::string_view text);
 //
 // `line` without the spaces, tabs and carriage returns at either end.
 std::string_view trim_line(std::string_view line);
+
+// is_host_char()
+//
+// Whether `c` may be part of a host name as the gathering tools print one
+// before ": " (letters, digits, "-", "_", ".").
+bool is_host_char(char c);
+
+// starts_with_nocase()
+//
+// Whether `text` begins with `prefix`, ASCII case aside.
+bool starts_with_nocase(std::string_view text, std::string_view prefix);
+
+// is_dash_line()
+//
+// Whether `line` is, blanks aside, three or more "-": the rules around the
+// node set of a gathered block ("clush -b", "dshbak").
+bool is_dash_line(std::string_view line);
+
+// gathered_node_set()
+//
+// The node set of a gathered block's header, without the count clush
+// writes after it: "cn[01-04] (4)" gives "cn[01-04]".
+std::string_view gathered_node_set(std::string_view header);
+
+// text_place()
+//
+// "LINE:COLUMN" of byte `offset` of `text`, both from 1.
+std::string text_place(std::string_view text, std::size_t offset);
+
+// check_plain_text()
+//
+// Throws InputError{text_place(...), ...} for text that is not UTF-8
+// ("expected UTF-8 text") or holds a NUL byte ("expected text, found a
+// NUL byte").
+void check_plain_text(std::string_view text);
 
 }  // namespace cli
 }  // namespace vesk
