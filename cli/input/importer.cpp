@@ -4,10 +4,13 @@
 
 #include "cli/input/importer.hpp"
 
+#include <algorithm>
+
 #include <stdexcept>
 
 #include "cli/input/alertmanager_importer.hpp"
 #include "cli/input/byte_source.hpp"
+#include "cli/input/consensus_importer.hpp"
 #include "cli/input/dcgm_importer.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/nhc_importer.hpp"
@@ -19,7 +22,22 @@ namespace vesk {
 namespace cli {
 namespace {
 
-constexpr char const* kFormats[] = {"nhc", "slurm", "alertmanager", "dcgm"};
+constexpr char const* kFormats[] = {"nhc", "slurm", "alertmanager", "dcgm",
+                                    "consensus[.NAME]"};
+
+// "consensus", or "consensus." and a name of letters, digits, "-", "_".
+bool is_consensus(std::string_view format) {
+  if (format == "consensus") return true;
+  std::string_view const prefix = "consensus.";
+  if (format.substr(0, prefix.size()) != prefix ||
+      format.size() == prefix.size()) {
+    return false;
+  }
+  return std::all_of(format.begin() + prefix.size(), format.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+           (c >= '0' && c <= '9') || c == '-' || c == '_';
+  });
+}
 
 }  // namespace
 
@@ -37,9 +55,13 @@ ImportRequest parse_import_request(std::string const& text) {
   std::size_t const equals = text.find('=');
   if (equals != std::string::npos && equals + 1 < text.size()) {
     ImportRequest request{text.substr(0, equals), text.substr(equals + 1)};
-    for (char const* format : kFormats) {
-      if (request.format == format) return request;
+    for (std::string_view const format : kFormats) {
+      // "consensus[.NAME]" is how the list names the consensus formats.
+      if (request.format == format && format.find('[') == format.npos) {
+        return request;
+      }
     }
+    if (is_consensus(request.format)) return request;
   }
   throw std::invalid_argument("expected FORMAT=PATH with FORMAT one of " +
                               import_format_names() + ", found \"" +
@@ -52,18 +74,21 @@ Config import_input(ImportRequest const& request, std::string& label,
   if (request.format == "dcgm") return import_dcgm(request.path, label, warn);
   if (request.format == "nhc") {
     // Lines of text: a pipe of them may be long and begins with anything.
-    InputBytes bytes = read_input(request.path, 1, kMaxInputSize,
-                                  InputKind::kText);
+    InputBytes bytes =
+        read_input(request.path, 1, kMaxInputSize, InputKind::kText);
     return import_nhc(bytes.text());
+  }
+  if (is_consensus(request.format)) {
+    InputBytes bytes =
+        read_input(request.path, 1, kMaxConsensusInput, InputKind::kText);
+    return import_consensus(bytes.text(), request.format, request.merge_similar,
+                            label, &warn);
   }
   InputBytes bytes = read_input(request.path, simdjson::SIMDJSON_PADDING);
   if (request.format == "slurm") {
     return import_slurm(bytes, label, warn, states);
   }
-  if (request.format == "alertmanager") {
-    return import_alertmanager(bytes, label, warn);
-  }
-  return import_nhc(bytes.text());
+  return import_alertmanager(bytes, label, warn);
 }
 
 }  // namespace cli

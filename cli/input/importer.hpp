@@ -27,20 +27,24 @@ namespace vesk {
 namespace cli {
 
 struct ImportRequest {
-  std::string format;
+  std::string format;  // "consensus.NAME" as given
   std::string path;
+  // --merge-similar: a consensus import takes outputs that differ only in
+  // numbers as alike.
+  bool merge_similar = false;
 };
 
 // import_format_names()
 //
-// "nhc, slurm, alertmanager or dcgm".
+// "nhc, slurm, alertmanager, dcgm or consensus[.NAME]".
 std::string import_format_names();
 
 // parse_import_request()
 //
 // Splits "FORMAT=PATH" at its first "=". Throws std::invalid_argument
-// ("expected FORMAT=PATH with FORMAT one of nhc, slurm, alertmanager or
-// dcgm, found \"...\"") for anything else.
+// ("expected FORMAT=PATH with FORMAT one of nhc, slurm, alertmanager,
+// dcgm or consensus[.NAME], found \"...\"") for anything else; NAME is
+// letters, digits, "-" and "_".
 ImportRequest parse_import_request(std::string const& text);
 
 // import_input()

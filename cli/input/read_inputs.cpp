@@ -33,7 +33,8 @@ InputsRead read_inputs(InputRequests const& requests, std::string& label,
     merger.add_document(std::move(document));
     read.sources.push_back({"vesk", path});
   }
-  for (auto const& request : requests.imports) {
+  for (ImportRequest request : requests.imports) {
+    request.merge_similar = requests.merge_similar;
     // The scheduler's view of the nodes goes to the drain script.
     merger.add_import(import_input(request, label, warnings, &read.scheduler));
     read.sources.push_back({request.format, request.path});
