@@ -53,20 +53,5 @@ done
 "$report" --width 80 "$doc" --suppressions "$rules" |
   grep -E '^Total number of issues not shown' || true
 
-median() {
-  sort -n "$tmp/$1.all" | sed -n "$(((runs + 1) / 2))p"
-}
-printf '%-8s %8s %8s %8s %10s\n' run wall user sys peak_MiB
-for name in none rules; do
-  read -r wall user sys peak <<<"$(median "$name")"
-  printf '%-8s %8s %8s %8s %10d\n' "$name" "$wall" "$user" "$sys" \
-    $((peak / 1024))
-done
-without=$(median none | cut -d' ' -f1)
-with=$(median rules | cut -d' ' -f1)
-ratio=$(awk -v a="$with" -v b="$without" 'BEGIN { printf "%.3f", a / b }')
-if awk -v r="$ratio" 'BEGIN { exit !(r > 1.10) }'; then
-  echo "rules / none: $ratio (target at most 1.10: missed)"
-  exit 1
-fi
-echo "rules / none: $ratio (target at most 1.10: met)"
+bench_table none rules
+bench_ratio none rules 1.10

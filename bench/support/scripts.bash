@@ -60,3 +60,35 @@ bench_time_run() {
   fi
   tail -n 1 "$tmp/$name.time" >>"$tmp/$name.all"
 }
+
+# bench_median NAME: the line "wall user sys peak_kB" of NAME's median run
+# by wall time (of `runs`).
+bench_median() {
+  sort -n "$tmp/$1.all" | sed -n "$(((runs + 1) / 2))p"
+}
+
+# bench_table NAME...: each one's median wall, user and system time and
+# peak memory, one line each.
+bench_table() {
+  printf '%-8s %8s %8s %8s %10s\n' run wall user sys peak_MiB
+  local name wall user sys peak
+  for name in "$@"; do
+    read -r wall user sys peak <<<"$(bench_median "$name")"
+    printf '%-8s %8s %8s %8s %10d\n' "$name" "$wall" "$user" "$sys" \
+      $((peak / 1024))
+  done
+}
+
+# bench_ratio WITHOUT WITH LIMIT: prints the ratio of the median wall times,
+# WITH / WITHOUT, against LIMIT; returns 1 when it is above.
+bench_ratio() {
+  local without with ratio
+  without=$(bench_median "$1" | cut -d' ' -f1)
+  with=$(bench_median "$2" | cut -d' ' -f1)
+  ratio=$(awk -v a="$with" -v b="$without" 'BEGIN { printf "%.3f", a / b }')
+  if awk -v r="$ratio" -v l="$3" 'BEGIN { exit !(r > l) }'; then
+    echo "$2 / $1: $ratio (target at most $3: missed)"
+    return 1
+  fi
+  echo "$2 / $1: $ratio (target at most $3: met)"
+}

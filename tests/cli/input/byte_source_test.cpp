@@ -204,6 +204,46 @@ TEST(ReadStream, StreamThatCannotBeJsonIsRefusedEarly) {
 }
 
 // A named pipe cannot be sized in advance: it is read to its end.
+// Lines of text piped in may be long and begin with anything: only a NUL
+// byte shows that a stream is not text.
+TEST(ReadStream, TextIsRefusedOnlyAtANulByte) {
+  std::size_t const size = kStreamCheckSize + 1;
+  std::string text;
+  while (text.size() < size) text += "cn01: ERROR:  nhc:  check failed\n";
+  auto const previous = std::signal(SIGPIPE, SIG_IGN);
+  for (bool const with_nul : {false, true}) {
+    std::string const input =
+        with_nul ? "a\n" + text + std::string(1, '\0') : text;
+    int fds[2];
+    ASSERT_EQ(::pipe(fds), 0);
+    std::thread writer([&] {
+      std::size_t done = 0;
+      while (done < input.size()) {
+        ssize_t const put =
+            ::write(fds[1], input.data() + done, input.size() - done);
+        if (put <= 0) break;
+        done += static_cast<std::size_t>(put);
+      }
+      ::close(fds[1]);
+    });
+    std::string error;
+    try {
+      EXPECT_EQ(
+          read_stream(fds[0], kPadding, kMaxInputSize, InputKind::kText).text(),
+          input);
+    } catch (InputError const& e) {
+      error = e.place + ": " + e.what();
+    }
+    ::close(fds[0]);
+    writer.join();
+    std::size_t const lines = text.size() / 33;  // 33 bytes a line
+    EXPECT_EQ(error, with_nul ? std::to_string(lines + 2) +
+                                    ":1: expected text, found a NUL byte"
+                              : "");
+  }
+  std::signal(SIGPIPE, previous);
+}
+
 TEST(ReadInput, NamedPipeIsReadToItsEnd) {
   TempPath const fifo("bytes.fifo");
   ASSERT_EQ(::mkfifo(fifo.path().c_str(), 0600), 0);
