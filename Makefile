@@ -2,7 +2,10 @@
 # example cluster; `make test` builds and runs every test. Both install what
 # the build needs first (tools/install-deps). `make fuzz` builds the fuzz
 # targets with Clang (libFuzzer, address and undefined sanitizers) in
-# build-fuzz and runs each for FUZZ_SECONDS.
+# build-fuzz and runs each for FUZZ_SECONDS. `make package` builds the
+# Debian packages in build-package/packages; `make package-test` checks
+# them (contents, lintian, the program and consumers run from them, the
+# systemd units, bash completion).
 
 BUILD ?= build
 JOBS ?= $(shell nproc)
@@ -10,7 +13,8 @@ BUILD_TYPE ?= RelWithDebInfo
 CMAKE_FLAGS ?=
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps configure build test demo bench fuzz format format-check clean
+.PHONY: all deps configure build test demo bench fuzz package package-test \
+  format format-check clean
 
 all: build
 
@@ -44,6 +48,17 @@ fuzz: deps
 	  -DVESK_INSTALL=OFF $(CMAKE_FLAGS)
 	cmake --build build-fuzz -j $(JOBS) --target vesk_fuzz
 	tests/fuzz/run-all build-fuzz $(FUZZ_SECONDS)
+
+package: deps
+	cmake -S . -B build-package -DCMAKE_BUILD_TYPE=Release \
+	  -DCMAKE_INSTALL_PREFIX=/usr -DVESK_PACKAGE=ON -DVESK_BUILD_TESTS=OFF \
+	  $(CMAKE_FLAGS)
+	cmake --build build-package -j $(JOBS)
+	rm -rf build-package/packages
+	cd build-package && cpack -G DEB
+
+package-test: package
+	tests/package/package_test.sh build-package
 
 format:
 	git ls-files '*.cpp' '*.hpp' | xargs clang-format -i
