@@ -79,13 +79,24 @@ std::vector<std::string> ImportBuilder::add_host_list(
   try {
     // Counted before it is expanded: a list past the budget costs nothing.
     std::size_t const left = kMaxImportedHosts - listed_hosts_;
-    if (count_host_list(list, left) > left) {
+    std::size_t const count = count_host_list(list, left);
+    if (count > left) {
       throw InputError(place, "expected at most " +
                                   std::to_string(kMaxImportedHosts) +
                                   " names in the host lists of one import, "
                                   "found more with the host list \"" +
                                   one_line(list) + "\"");
     }
+    // No name is longer than the list that makes it: a few long lists
+    // must not make a million long names either.
+    if (count * list.size() > kMaxImportedHostBytes - listed_bytes_) {
+      throw InputError(place, "expected at most " +
+                                  std::to_string(kMaxImportedHostBytes) +
+                                  " bytes of names in the host lists of one "
+                                  "import, found more with the host list \"" +
+                                  one_line(list) + "\"");
+    }
+    listed_bytes_ += count * list.size();
     names = expand_host_list(list);
   } catch (HostListError const& e) {
     throw InputError(place, e.what());

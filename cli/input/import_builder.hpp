@@ -57,6 +57,9 @@ std::string stable_id(std::string_view prefix, std::string_view message);
 // One imported input's Config, built up as the input is read.
 // The most names the host lists of one import may stand for together.
 inline constexpr std::size_t kMaxImportedHosts = 1'000'000;
+// ... and at most this many bytes of names, counting each name as long as
+// the list that makes it.
+inline constexpr std::size_t kMaxImportedHostBytes = std::size_t{32} << 20;
 
 class ImportBuilder {
  public:
@@ -75,9 +78,10 @@ class ImportBuilder {
   //
   // The names of the host list `list` ("n[1-4]"), repeats dropped, each
   // added as a node. All the host lists of one import together may stand
-  // for at most kMaxImportedHosts names, so that a few bytes of input
-  // cannot make millions of nodes. Throws InputError{place, ...} for a
-  // malformed list or one past that budget.
+  // for at most kMaxImportedHosts names and kMaxImportedHostBytes bytes of
+  // names, so that a few bytes of input cannot make millions of nodes or
+  // gigabytes of names. Throws InputError{place, ...} for a malformed list
+  // or one past that budget.
   std::vector<std::string> add_host_list(std::string_view list,
                                          std::string const& place);
 
@@ -108,6 +112,7 @@ class ImportBuilder {
   Config config_;
   std::unordered_map<std::string, bool> nodes_seen_;
   std::size_t listed_hosts_ = 0;  // names of the host lists so far
+  std::size_t listed_bytes_ = 0;  // and their bytes, as counted above
   std::int64_t sequence_ = 0;
 };
 

@@ -257,6 +257,32 @@ TEST(ImportNhc, HostListsOfOneImportHaveABudget) {
   EXPECT_EQ(config.nodes.size(), kMaxImportedHosts);
 }
 
+// ... and at most kMaxImportedHostBytes bytes of names, each counted as
+// long as its list: 27^4 = 531,441 names from a list of 43 bytes count
+// 22,851,963 bytes; then 27^3 = 19,683 names from a list of 551 bytes,
+// 10,845,333 more, pass the 33,554,432 (with 551,124 names, far fewer than
+// the million).
+TEST(ImportNhc, HostListsOfOneImportHaveAByteBudget) {
+  std::string const first = "x[0-26]y[0-26]z[0-26]w[0-26]-long-name-part";
+  std::string const second = "p[0-26]q[0-26]r[0-26]" + std::string(530, 's');
+  ASSERT_EQ(first.size(), 43u);
+  ASSERT_EQ(second.size(), 551u);
+  auto const block = [](std::string const& list) {
+    return "---------------\n" + list + "\n---------------\nERROR: nhc: a: b\n";
+  };
+  EXPECT_EQ(import_nhc(block(first)).nodes.size(), 531441u);
+  try {
+    (void)import_nhc(block(first) + block(second));
+    FAIL() << "no error";
+  } catch (InputError const& e) {
+    EXPECT_EQ(e.place, "6:1");
+    EXPECT_EQ(std::string(e.what()),
+              "expected at most 33554432 bytes of names in the host lists of "
+              "one import, found more with the host list \"" +
+                  second + "\"");
+  }
+}
+
 TEST(ImportNhc, LineShapes) {
   Config const config = import_nhc(
       "n1: ERROR: nhc: check_a: broken\n"
