@@ -257,18 +257,28 @@ def test_demo(browser, page, out, vesk_report, docs_screenshot=None):
         print("demo: screenshot %s" % docs_screenshot)
 
 
-def test_demo_baseline(browser, page, out, vesk_report):
-    """The demo against the hand-edited earlier run of it."""
-    path = os.path.join(out, "demo-baseline.html")
-    history = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
-                           "history")
+def open_report(page, vesk_report, out, name, args, folder=None):
+    """Writes the HTML report of `vesk-report ARGS` (run in tests/cli/FOLDER
+    at 2026-11-23T13:00:00Z) to OUT/NAME.html, checks that the run failed
+    as the inputs say it must, and opens the page."""
+    path = os.path.join(out, name + ".html")
+    cwd = None
+    if folder is not None:
+        cwd = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
+                           folder)
     env = dict(os.environ, SOURCE_DATE_EPOCH="1795438800")
     status = subprocess.run(
-        [vesk_report, "--demo", "--baseline", "demo-baseline.json",
-         "--report", "html=" + path], cwd=history, env=env,
-        stdout=subprocess.DEVNULL, timeout=60).returncode
-    expect_equal(status, 1, "demo-baseline: exit status")
+        [vesk_report] + args + ["--report", "html=" + path], cwd=cwd,
+        env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+        timeout=60).returncode
+    expect_equal(status, 1, name + ": exit status")
     page.navigate("file://" + path)
+
+
+def test_demo_baseline(browser, page, out, vesk_report):
+    """The demo against the hand-edited earlier run of it."""
+    open_report(page, vesk_report, out, "demo-baseline",
+                ["--demo", "--baseline", "demo-baseline.json"], "history")
     expect_equal(page.evaluate(
         "[...document.querySelectorAll('#issues .issue')].map(e =>"
         " [e.querySelector('.id').textContent,"
@@ -314,17 +324,8 @@ def test_demo_suppressed(browser, page, out, vesk_report):
     kernel-version hidden on its 4 nodes, a rule that expired on 2026-11-20
     and one that expires within the week (2026-11-28T11:00Z) and hides
     nothing, since the demo has no gpu-xid."""
-    path = os.path.join(out, "demo-suppressed.html")
-    here = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..",
-                        "suppressions")
-    env = dict(os.environ, SOURCE_DATE_EPOCH="1795438800")
-    status = subprocess.run(
-        [vesk_report, "--demo", "--suppressions", "kernel.xml",
-         "--report", "html=" + path], cwd=here, env=env,
-        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-        timeout=60).returncode
-    expect_equal(status, 1, "demo-suppressed: exit status")
-    page.navigate("file://" + path)
+    open_report(page, vesk_report, out, "demo-suppressed",
+                ["--demo", "--suppressions", "kernel.xml"], "suppressions")
     expect_equal(len(page.evaluate(VISIBLE)), 10, "demo-suppressed: issues")
     check("kernel-version" not in page.evaluate(VISIBLE),
           "demo-suppressed: kernel-version hidden")
@@ -359,13 +360,8 @@ def test_merged(browser, page, out, vesk_report):
         for i, device in enumerate(devices):
             f.write("cn%02d: ERROR:  nhc:  Health check failed:  Bandwidth "
                     "is low on device %d.\n" % (i + 1, device))
-    path = os.path.join(out, "merged.html")
-    status = subprocess.run(
-        [vesk_report, "--merge-similar", "--import", "nhc=" + log,
-         "--report", "html=" + path], stdout=subprocess.DEVNULL,
-        timeout=60).returncode
-    expect_equal(status, 1, "merged: exit status")
-    page.navigate("file://" + path)
+    open_report(page, vesk_report, out, "merged",
+                ["--merge-similar", "--import", "nhc=" + log])
     expect_equal(page.evaluate(VISIBLE),
                  ["nhc-bandwidth-is-low-on-device-n"], "merged: issues")
     expect_equal(page.evaluate(
