@@ -170,6 +170,37 @@ TEST(ImportSlurm, SinfoGroupLayout) {
   EXPECT_EQ(config.nodes.size(), 4u);
 }
 
+// One finding per node of the JSON node list; a node that is down says how
+// to revive it, whatever else its flags say.
+TEST(ImportSlurm, SinfoNodeLayout) {
+  Config const config = slurm("sinfo-nodes.json");
+  std::vector<Flat> const expected = {
+      {"slurm-drain",
+       "Kill task failed (set by root at 2026-11-23T12:00:00)",
+       kDrainRemedy,
+       50,
+       {"cn01"},
+       {1},
+       false},
+      {"slurm-drain",
+       "Kill task failed (set by root at 2026-11-23T12:00:00)",
+       kDrainRemedy,
+       50,
+       {"cn02"},
+       {2},
+       false},
+      {"slurm-down",
+       "Not responding (set by slurm at 2026-11-23T13:00:00)",
+       kDownRemedy,
+       80,
+       {"cn03"},
+       {3},
+       false},
+  };
+  EXPECT_EQ(flat(config.observations), expected);
+  EXPECT_EQ(config.nodes.size(), 4u);
+}
+
 SchedulerStates states_of(std::string const& name) {
   InputBytes bytes = read_input(kImports + name, simdjson::SIMDJSON_PADDING);
   std::ostringstream warn;
