@@ -31,7 +31,10 @@ constexpr char const* kAttributes[] = {"id",    "message", "kind",    "nodes",
                                        "owner", "reason",  "expires", "ticket"};
 
 std::string quoted(std::string_view text) {
-  return "\"" + one_line(text) + "\"";
+  std::string out = "\"";
+  out += one_line(text);
+  out += '"';
+  return out;
 }
 
 bool is_digits(std::string_view text) {

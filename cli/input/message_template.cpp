@@ -125,7 +125,9 @@ std::string MessageTemplate::text() const {
   std::size_t place = 0;
   for (char const c : key) {
     if (c == kNumberMark) {
-      out += "{" + std::to_string(++place) + "}";
+      out += '{';
+      out += std::to_string(++place);
+      out += '}';
     } else {
       out += c;
     }
