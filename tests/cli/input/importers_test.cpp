@@ -170,8 +170,8 @@ TEST(ImportSlurm, SinfoGroupLayout) {
   EXPECT_EQ(config.nodes.size(), 4u);
 }
 
-// One finding per node of the JSON node list; a node that is down says how
-// to revive it, whatever else its flags say.
+// One finding per node of the JSON node list, its row the node's place in
+// the list; a down node is severity 80 and says how to revive it.
 TEST(ImportSlurm, SinfoNodeLayout) {
   Config const config = slurm("sinfo-nodes.json");
   std::vector<Flat> const expected = {
