@@ -21,6 +21,7 @@
 
 #include "cli/input/byte_source.hpp"
 #include "cli/input/host_name.hpp"
+#include "cli/input/hostlist.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
 #include "cli/model/report_time.hpp"
@@ -189,6 +190,20 @@ class BaselineReader {
                                          });
                 });
             has_nodes = true;
+          } else if (key == "hosts") {
+            read_folded_hosts(item, issue);
+            has_nodes = true;
+          } else if (key == "node_counts") {
+            json_.for_each_element(
+                item, "an array of node counts", [&](ondemand::value& count) {
+                  std::int32_t const n = json_.get_int32(count);
+                  if (n < 0) {
+                    json_.fail(
+                        "expected a node count of 0 or "
+                        "more");
+                  }
+                  issue.node_counts.push_back(static_cast<std::uint32_t>(n));
+                });
           } else if (key == "first_seen") {
             issue.first_seen = get_time(item);
           } else {
@@ -226,6 +241,26 @@ class BaselineReader {
       if (!host_numbers_fit(added)) json_.fail(host_numbers_error(added));
     }
     return index;
+  }
+
+  // The folded host list of a history record's issue, expanded into the
+  // host table; the count is bounded before anything is expanded.
+  void read_folded_hosts(ondemand::value& value, BaselineIssue& issue) {
+    std::string const text = json_.get_string(value);
+    std::vector<std::string> names;
+    try {
+      names = expand_host_list(text);
+    } catch (HostListError const& e) {
+      json_.fail(e.what());
+    }
+    for (auto const& name : names) {
+      std::size_t const known = hosts_->size();
+      std::uint32_t const index = hosts_->index(name);
+      if (hosts_->size() != known && !host_numbers_fit(name)) {
+        json_.fail(host_numbers_error(name));
+      }
+      issue.nodes.push_back(index);
+    }
   }
 
   // A host name outside the issues: nodes with issues, node histories.
@@ -444,8 +479,9 @@ std::vector<std::string> Baseline::nodes_of(BaselineIssue const& issue) const {
 void Baseline::add_issue(IssueKind kind, std::string id, std::string message,
                          std::vector<std::string> const& names,
                          std::string first_seen) {
-  BaselineIssue issue{kind, std::move(id),        std::move(message), "",
-                      {},   std::move(first_seen)};
+  BaselineIssue issue{
+      kind, std::move(id), std::move(message), "", {}, std::move(first_seen),
+      {}};
   for (auto const& name : names) issue.nodes.push_back(hosts.index(name));
   std::sort(issue.nodes.begin(), issue.nodes.end());
   issue.nodes.erase(std::unique(issue.nodes.begin(), issue.nodes.end()),

@@ -14,7 +14,10 @@
 //   nodes.with_issues       the hosts with issues then (required)
 //   issues[]                kind, id, message (the issue's identity) and
 //                           nodes (its node groups) (required), first_seen
-//                           (1.1, optional)
+//                           (1.1, optional); a history record (--history)
+//                           gives the nodes as one folded host list,
+//                           "hosts": "n[01-40]", and the trail of the
+//                           identity's node counts, "node_counts"
 //   node_history            (1.1, optional) the per-node histories the
 //                           earlier run carried, see NodeHistory
 //
@@ -87,6 +90,9 @@ struct BaselineIssue {
   // Its distinct hosts, as indexes into Baseline::hosts, ascending.
   std::vector<std::uint32_t> nodes;
   std::string first_seen;  // RFC 3339, "" when the report has none
+  // A history record's trail of the identity's node counts over the runs
+  // before, oldest first, that run last; empty from a report.
+  std::vector<std::uint32_t> node_counts;
 };
 
 // One node's history as the earlier run wrote it.

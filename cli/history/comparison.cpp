@@ -106,6 +106,8 @@ struct Side {
   std::string const* message = nullptr;
   HostSet nodes;
   std::string first_seen;  // baseline only: the earliest
+  // Baseline only: the first of its issues' trails of node counts.
+  std::vector<std::uint32_t> const* node_counts = nullptr;
 };
 
 IssueIdentity identity_of(Side const& side, Hosts const& hosts) {
@@ -126,7 +128,8 @@ Sides baseline_sides(Baseline const& baseline,
     std::string const& seen =
         issue.first_seen.empty() ? baseline.generated_at : issue.first_seen;
     if (side.id == nullptr) {
-      side = Side{issue.kind, &issue.id, &issue.message, issue.nodes, seen};
+      side = Side{issue.kind,  &issue.id, &issue.message,
+                  issue.nodes, seen,      &issue.node_counts};
     } else {
       side.nodes = set_union(side.nodes, issue.nodes);
       // Report times of one shape compare as text.
@@ -185,7 +188,8 @@ Sides run_sides(ReportModel const& model, std::vector<HostSet>& issue_hosts,
     Side& side = now[identity_key(issue.kind, issue.id, messages[k])];
     HostSet& nodes = issue_hosts[k];
     if (side.id == nullptr) {
-      side = Side{issue.kind, &issue.id, &issue.message, std::move(nodes), ""};
+      side = Side{issue.kind,       &issue.id, &issue.message,
+                  std::move(nodes), "",        nullptr};
     } else {
       side.nodes = set_union(side.nodes, nodes);
     }
@@ -235,6 +239,8 @@ void compare_issues(ReportModel const& model,
     ReportIssue const& issue = model.issues[k];
     IdentityKey const key = identity_key(issue.kind, issue.id, messages[k]);
     IssueComparison compared;
+    compared.identity_nodes =
+        static_cast<std::uint32_t>(now.at(key).nodes.size());
     auto const found = before.find(key);
     if (found == before.end()) {
       compared.change = IssueChange::kNew;
@@ -245,6 +251,7 @@ void compare_issues(ReportModel const& model,
       Side const& current = now.at(key);
       compared.change = IssueChange::kPersisting;
       compared.first_seen = then.first_seen;
+      compared.earlier_counts = *then.node_counts;
       compared.nodes_gained =
           hosts.names(set_difference(current.nodes, then.nodes));
       compared.nodes_lost =

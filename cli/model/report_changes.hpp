@@ -79,6 +79,12 @@ struct IssueComparison {
   // baseline, sorted.
   std::vector<std::string> nodes_gained;
   std::vector<std::string> nodes_lost;
+  // The distinct nodes of its identity in this run.
+  std::uint32_t identity_nodes = 0;
+  // Persisting only: the trail of its identity's node counts that the
+  // baseline carried (a history record does; a report does not), oldest
+  // first, the baseline's run last.
+  std::vector<std::uint32_t> earlier_counts;
 };
 
 // One identity of this run, or of the baseline, with the union of the

@@ -5,6 +5,8 @@
 #include "cli/model/report_time.hpp"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -59,6 +61,31 @@ bool is_report_time(std::string_view text) {
   int const days = month == 2 && !leap ? 28 : kDays[month - 1];
   return day <= days && number(11, 2) <= 23 && number(14, 2) <= 59 &&
          number(17, 2) <= 60;
+}
+
+std::optional<std::int64_t> report_seconds(std::string_view text) {
+  if (!is_report_time(text)) return std::nullopt;
+  auto number = [&](std::size_t at, std::size_t digits) {
+    std::int64_t value = 0;
+    for (std::size_t i = at; i < at + digits; ++i)
+      value = value * 10 + (text[i] - '0');
+    return value;
+  };
+  // Days since 1970-01-01 of a proleptic Gregorian date (Howard Hinnant's
+  // days_from_civil).
+  std::int64_t year = number(0, 4);
+  std::int64_t const month = number(5, 2);
+  std::int64_t const day = number(8, 2);
+  year -= month <= 2 ? 1 : 0;
+  std::int64_t const era = (year >= 0 ? year : year - 399) / 400;
+  std::int64_t const year_of_era = year - era * 400;
+  std::int64_t const day_of_year =
+      (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+  std::int64_t const day_of_era =
+      year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
+  std::int64_t const days = era * 146097 + day_of_era - 719468;
+  return days * 86400 + number(11, 2) * 3600 + number(14, 2) * 60 +
+         number(17, 2);
 }
 
 }  // namespace cli

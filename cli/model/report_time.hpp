@@ -12,6 +12,7 @@
 #ifndef VESK_CLI_MODEL_REPORT_TIME_HPP_
 #define VESK_CLI_MODEL_REPORT_TIME_HPP_
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -45,6 +46,15 @@ std::string utc_text_or_seconds(std::time_t time);
 // second, "YYYY-MM-DDTHH:MM:SSZ", with a real month, day, hour, minute and
 // second (a leap second 60 allowed).
 bool is_report_time(std::string_view text);
+
+// report_seconds()
+//
+// The seconds since the Unix epoch of a time as reports write it, or
+// nothing when is_report_time() refuses it. A leap second counts as the
+// second after it.
+//
+//   report_seconds("2026-11-23T13:00:00Z");  // 1795438800
+std::optional<std::int64_t> report_seconds(std::string_view text);
 
 }  // namespace cli
 }  // namespace vesk
