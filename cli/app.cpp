@@ -41,6 +41,8 @@
 #include "cli/clock.hpp"
 #include "cli/history/baseline.hpp"
 #include "cli/history/comparison.hpp"
+#include "cli/history/history_dir.hpp"
+#include "cli/history/history_trend.hpp"
 #include "cli/input/document_loader.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/input_error.hpp"
@@ -49,6 +51,7 @@
 #include "cli/model/prepare.hpp"
 #include "cli/model/report_model.hpp"
 #include "cli/output/atomic_file.hpp"
+#include "cli/output/history_record.hpp"
 #include "cli/output/report_formats.hpp"
 #include "cli/output/write_reports.hpp"
 #include "vesk/common/config.hpp"
@@ -97,6 +100,9 @@ struct Options {
   std::optional<std::string> suppressions;
   // --check-suppressions [PATH]: list the rules instead of reporting.
   bool check_suppressions = false;
+  // --history DIR and --history-keep N.
+  std::optional<std::string> history;
+  int history_keep = kDefaultHistoryKeep;
 };
 
 // Keeps the process-wide log settings of the caller across a run.
@@ -156,6 +162,23 @@ std::string check_threshold(std::string& text) {
       value > std::numeric_limits<int>::max()) {
     return "expected an integer from -2147483648 to 2147483647, found \"" +
            text + "\"";
+  }
+  return "";
+}
+
+// The --history-keep check: a number of runs from 1 to kMaxHistoryKeep.
+std::string check_keep(std::string& text) {
+  std::size_t used = 0;
+  long long value = 0;
+  try {
+    value = std::stoll(text, &used);
+  } catch (std::exception const&) {
+    used = 0;
+  }
+  if (used != text.size() || text.empty() || value < 1 ||
+      value > kMaxHistoryKeep) {
+    return "expected a number of runs from 1 to " +
+           std::to_string(kMaxHistoryKeep) + ", found \"" + text + "\"";
   }
   return "";
 }
@@ -229,10 +252,25 @@ void define_options(CLI::App& app, Options& options, RawOptions& raw) {
                          "complete (repeatable; default: text)")
           ->type_name("FORMAT[=PATH]")
           ->allow_extra_args(false);
-  app.add_option("--baseline", options.baseline,
-                 "Compare with PATH, the JSON report of an earlier run "
-                 "(--report json), and say what changed since")
-      ->type_name("PATH");
+  CLI::Option* baseline =
+      app.add_option("--baseline", options.baseline,
+                     "Compare with PATH, the JSON report of an earlier run "
+                     "(--report json), and say what changed since")
+          ->type_name("PATH");
+  CLI::Option* history =
+      app.add_option("--history", options.history,
+                     "Keep this run's record in the folder DIR (created when "
+                     "missing) and say what changed since the newest record "
+                     "there")
+          ->type_name("DIR")
+          ->excludes(baseline);
+  app.add_option("--history-keep", options.history_keep,
+                 "Keep the records of the last N runs in the --history "
+                 "folder (default: " +
+                     std::to_string(kDefaultHistoryKeep) + ")")
+      ->type_name("N")
+      ->check(CLI::Validator(check_keep, ""))
+      ->needs(history);
   app.add_flag("--merge-similar", options.inputs.merge_similar,
                "Merge the findings that differ only in numbers into one "
                "issue (\"device {1,3}\")");
@@ -400,6 +438,15 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   // is read or any report written.
   std::optional<SuppressionFile> rules =
       read_suppressions(options.suppressions, label);
+  // So does a history folder that cannot be created or locked.
+  std::optional<HistoryDir> history;
+  std::optional<Baseline> newest_record;
+  if (options.history) {
+    std::string const before = std::exchange(label, *options.history);
+    history.emplace(*options.history, warnings);
+    newest_record = history->newest_record();
+    label = before;
+  }
   EarlyBaseline early_baseline(options.baseline);
   RunRecords records;
   std::optional<ReportWriting> writing;
@@ -424,7 +471,8 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   bool unmapped = prepare_output_data(
       uf, *records.config, {inputs.settings.log_level, writing->report_table()},
       lines, *records.data);
-  if (writing->needs_model() || baseline || options.layout.blast_radius) {
+  if (writing->needs_model() || baseline || history ||
+      options.layout.blast_radius) {
     RunInfo run;
     run.generator = std::string("vesk-report ") + VESK_VERSION;
     for (auto& source : inputs.sources) {
@@ -436,10 +484,19 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   records.model->suppressions = std::move(adjusted.suppressions);
   records.model->merged = std::move(adjusted.merged);
   compare_with_history(*records.model, std::move(baseline));
+  // The history's record and index are staged before any report is written
+  // and put in place once all are.
+  HistoryUpdate history_update;
+  if (history) {
+    compare_with_history_dir(*records.model, *history, std::move(newest_record),
+                             options.history_keep);
+    history_update.stage(*history, *records.model);
+  }
   records.model->blast_radius = options.layout.blast_radius;
   unmapped = writing->write(uf, *records.data, *records.model, options.layout,
                             lines, out) ||
              unmapped;
+  if (history) history_update.commit();
   if (unmapped) return Outcome::kUnmapped;
   return records.data->overall_pass ? Outcome::kPassed : Outcome::kFailed;
 }

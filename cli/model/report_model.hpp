@@ -182,6 +182,7 @@ struct ReportDefinition {
 };
 
 struct ReportChanges;  // cli/model/report_changes.hpp
+struct ReportHistory;  // cli/model/report_history.hpp
 
 // ReportModel
 struct ReportModel {
@@ -210,6 +211,8 @@ struct ReportModel {
   std::shared_ptr<SuppressionReport const> suppressions;
   // With --merge-similar: the merged groups; null otherwise.
   std::shared_ptr<MergeReport const> merged;
+  // With --history: the kept runs and each issue's age; null otherwise.
+  std::shared_ptr<ReportHistory const> history;
   // With --blast-radius: the writers that can show each issue's reach
   // (the HTML page) do.
   bool blast_radius = false;

@@ -150,6 +150,7 @@ void write_html_report(ReportModel const& model, std::ostream& out) {
   html::write_issues(page, model);
   if (model.changes) html::write_resolved(page, model);
   if (model.suppressions) html::write_suppressions(page, model);
+  if (model.history) html::write_history(page, model);
   html::write_definitions(page, model);
   page.raw("<script>").raw(kHtmlScript).raw("</script>\n</body>\n</html>\n");
   page.flush();

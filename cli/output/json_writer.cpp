@@ -7,6 +7,7 @@
 #include "cli/escape/json.hpp"
 #include "cli/model/blast_radius.hpp"
 #include "cli/model/report_changes.hpp"
+#include "cli/model/report_history.hpp"
 #include "cli/model/report_time.hpp"
 
 #include <cstddef>
@@ -98,7 +99,8 @@ void write_merged(JsonEmitter& json, MergedGroup const& group) {
 
 void write_issue(JsonEmitter& json, ReportIssue const& issue,
                  BlastRadiusIndex const& blast_radius,
-                 ReportChanges const* changes, MergeReport const* merged) {
+                 ReportChanges const* changes, MergeReport const* merged,
+                 ReportHistory const* history) {
   json.begin_object();
   json.member_index("ref", issue.ref);
   json.member("section", issue.fail_side ? "fail" : "other");
@@ -138,6 +140,11 @@ void write_issue(JsonEmitter& json, ReportIssue const& issue,
   write_blast_radius(json, blast_radius.of(issue));
   if (changes != nullptr)
     write_issue_change(json, changes->issues.at(issue.ref));
+  if (history != nullptr) {
+    IssueHistory const& aged = history->issues.at(issue.ref);
+    if (changes == nullptr) json.member("first_seen", aged.first_seen);
+    json.member("age_seconds", aged.age_seconds);
+  }
   json.end_object();
 }
 
@@ -197,25 +204,7 @@ void write_changes(JsonEmitter& json, ReportChanges const& changes) {
   json.strings(changes.recovered_nodes);
   json.end_object();
 
-  json.key("node_history");
-  json.begin_object();
-  json.member("run_count", changes.history_runs);
-  json.key("nodes");
-  json.begin_array();
-  for (auto const& entry : changes.history) {
-    json.begin_object();
-    json.member("node", entry.node);
-    json.key("runs");
-    json.begin_array();
-    for (int i = 0; i < entry.history.size(); ++i) {
-      json.boolean(entry.history.at(i));
-    }
-    json.end_array();
-    json.member_bool("flapping", entry.history.flapping());
-    json.end_object();
-  }
-  json.end_array();
-  json.end_object();
+  write_node_history(json, changes);
 }
 
 // What the suppression file did: every rule, with what it hid.
@@ -263,10 +252,62 @@ void write_suppressions(JsonEmitter& json, SuppressionReport const& report) {
   json.end_object();
 }
 
+// With --history: the folder, the record this run was compared with, and
+// the kept runs, oldest first, this one last.
+void write_history(JsonEmitter& json, ReportHistory const& history) {
+  json.key("history");
+  json.begin_object();
+  json.member("dir", history.dir);
+  json.member_or_null("compared_with", history.compared_with);
+  json.member("keep", history.keep);
+  json.key("runs");
+  json.begin_array();
+  for (HistoryRun const& run : history.runs) {
+    json.begin_object();
+    json.member("record", run.record);
+    json.member("generated_at", run.generated_at);
+    json.member("result", run.passed ? "PASS" : "FAIL");
+    json.key("issues");
+    json.begin_object();
+    json.member("critical", run.critical);
+    json.member("warning", run.warning);
+    json.member("informational", run.informational);
+    json.end_object();
+    json.member("nodes_with_issues", run.nodes_with_issues);
+    json.member("nodes_tested", run.nodes_tested);
+    json.end_object();
+  }
+  json.end_array();
+  json.end_object();
+}
+
 }  // namespace
 
+void write_node_history(JsonEmitter& json, ReportChanges const& changes) {
+  json.key("node_history");
+  json.begin_object();
+  json.member("run_count", changes.history_runs);
+  json.key("nodes");
+  json.begin_array();
+  for (auto const& entry : changes.history) {
+    json.begin_object();
+    json.member("node", entry.node);
+    json.key("runs");
+    json.begin_array();
+    for (int i = 0; i < entry.history.size(); ++i) {
+      json.boolean(entry.history.at(i));
+    }
+    json.end_array();
+    json.member_bool("flapping", entry.history.flapping());
+    json.end_object();
+  }
+  json.end_array();
+  json.end_object();
+}
+
 char const* json_schema_version(ReportModel const& model) {
-  return model.suppressions || model.merged ? kJsonSchemaVersion : "1.2";
+  if (model.history) return kJsonSchemaVersion;
+  return model.suppressions || model.merged ? "1.3" : "1.2";
 }
 
 void write_json_report(ReportModel const& model, std::ostream& out) {
@@ -319,7 +360,7 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
   BlastRadiusIndex const blast_radius(model);
   for (auto const& issue : model.issues) {
     write_issue(json, issue, blast_radius, model.changes.get(),
-                model.merged.get());
+                model.merged.get(), model.history.get());
   }
   json.end_array();
 
@@ -331,6 +372,7 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
   json.end_array();
   if (model.changes) write_changes(json, *model.changes);
   if (model.suppressions) write_suppressions(json, *model.suppressions);
+  if (model.history) write_history(json, *model.history);
   json.end_object();
 
   json.finish("\n");

@@ -27,6 +27,7 @@
 #include <ostream>
 #include <string>
 
+#include "cli/escape/json.hpp"
 #include "cli/model/report_model.hpp"
 
 namespace vesk {
@@ -43,16 +44,27 @@ namespace cli {
 // hid) and, with a baseline, "suppressed_issues"; and, with
 // --merge-similar, a merged issue's "message_template" and
 // "message_values".
+// 1.4 added, with --history, "history" (the folder, the record compared
+// with, the kept runs) and per issue "first_seen" and "age_seconds".
 //
 // A report names the lowest version that describes it: a report without
 // a 1.3 field is a 1.2 report, byte for byte what earlier versions wrote.
-inline constexpr char const* kJsonSchemaVersion = "1.3";
+inline constexpr char const* kJsonSchemaVersion = "1.4";
 
 // json_schema_version()
 //
-// The version `model`'s report is written as: kJsonSchemaVersion when a
-// suppression file was read or --merge-similar given, else "1.2".
+// The version `model`'s report is written as: kJsonSchemaVersion with
+// --history, "1.3" when a suppression file was read or --merge-similar
+// given, else "1.2".
 char const* json_schema_version(ReportModel const& model);
+
+struct ReportChanges;
+
+// write_node_history()
+//
+// The "node_history" member of `changes`: the run count and, per node, its
+// runs and whether it flaps. The history records carry it too.
+void write_node_history(JsonEmitter& json, ReportChanges const& changes);
 
 // write_json_report()
 //

@@ -10,6 +10,7 @@
 
 #include "cli/escape/prometheus.hpp"
 #include "cli/model/report_changes.hpp"
+#include "cli/model/report_history.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -280,6 +281,27 @@ void write_suppression_families(SuppressionReport const& report,
   write_family(expiry, out);
 }
 
+// With --history: how long each issue has been open; issues of one id
+// and kind are one series, the oldest.
+void write_age_family(ReportModel const& model, ReportHistory const& history,
+                      std::ostream& out) {
+  Family ages{"vesk_report_issue_age_seconds",
+              "How long a listed issue has been open: seconds since the run "
+              "of the history that first saw it; by id and kind, the oldest.",
+              {}};
+  std::map<std::pair<std::string, IssueKind>, std::int64_t> oldest;
+  for (ReportIssue const& issue : model.issues) {
+    std::int64_t const age = history.issues.at(issue.ref).age_seconds;
+    auto const [place, added] =
+        oldest.emplace(std::make_pair(issue.id, issue.kind), age);
+    if (!added) place->second = std::max(place->second, age);
+  }
+  for (auto const& [key, age] : oldest) {
+    ages.add({{"id", key.first}, {"kind", kind_name(key.second)}}, age);
+  }
+  write_family(ages, out);
+}
+
 }  // namespace
 
 void write_prometheus_report(ReportModel const& model, std::ostream& out) {
@@ -288,6 +310,7 @@ void write_prometheus_report(ReportModel const& model, std::ostream& out) {
   write_definition_family(model, out);
   if (model.changes) write_change_families(*model.changes, out);
   if (model.suppressions) write_suppression_families(*model.suppressions, out);
+  if (model.history) write_age_family(model, *model.history, out);
 }
 
 }  // namespace cli

@@ -130,6 +130,10 @@ void write_suppressions(Page& page, ReportModel const& model);
 void write_histograms(Page& page, MergedGroup const& group);
 void write_definitions(Page& page, ReportModel const& model);
 
+// With --history: the chart of the kept runs and each issue's age and
+// sparkline (history.cpp).
+void write_history(Page& page, ReportModel const& model);
+
 }  // namespace html
 }  // namespace cli
 }  // namespace vesk

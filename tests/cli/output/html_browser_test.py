@@ -319,6 +319,61 @@ def test_demo_baseline(browser, page, out, vesk_report):
     check_common(browser, page, "demo-baseline", out)
 
 
+def test_history(browser, page, out, vesk_report, screenshot=None):
+    """Three runs of the demo, a quarter of an hour apart, into one history
+    folder: the last page draws the chart with one point per run and
+    series, at the index's values, and each issue's sparkline holds the
+    node counts of its record."""
+    import json
+    import shutil
+    folder = os.path.join(out, "history-runs")
+    shutil.rmtree(folder, ignore_errors=True)
+    path = os.path.join(out, "history.html")
+    for run in range(3):
+        env = dict(os.environ, SOURCE_DATE_EPOCH=str(1795438800 + 900 * run))
+        status = subprocess.run(
+            [vesk_report, "--demo", "--history", folder, "--report",
+             "html=" + path], env=env, stdout=subprocess.DEVNULL,
+            stderr=subprocess.DEVNULL, timeout=60).returncode
+        expect_equal(status, 1, "history run %d: exit status" % run)
+    with open(os.path.join(folder, "index.jsonl")) as index:
+        runs = [json.loads(line) for line in index]
+    expect_equal(len(runs), 3, "history: runs in the index")
+    with open(os.path.join(folder, runs[-1]["record"])) as record:
+        issues = json.load(record)["issues"]
+    page.navigate("file://" + path)
+    check(page.evaluate(
+        "document.getElementById('history-chart').getBBox().width") > 0,
+        "history: the chart is drawn")
+    values = {
+        "critical": [r["issues"]["critical"] for r in runs],
+        "warning": [r["issues"]["warning"] for r in runs],
+        "informational": [r["issues"]["informational"] for r in runs],
+        "nodes": [r["nodes_with_issues"] for r in runs],
+    }
+    for series, expected in values.items():
+        expect_equal(page.evaluate(
+            "[...document.querySelectorAll('#history-chart circle.point"
+            "[data-series=\"%s\"]')].map(c => Number(c.dataset.value))"
+            % series), expected, "history: points of " + series)
+        expect_equal(page.evaluate(
+            "document.querySelector('#history-chart polyline"
+            "[data-series=\"%s\"]').points.numberOfItems" % series),
+            len(runs), "history: line of " + series)
+    expect_equal(page.evaluate(
+        "[...document.querySelectorAll('#issue-ages tr[data-ref]')].map(r =>"
+        " [r.querySelector('.id').textContent,"
+        " r.querySelector('svg.spark').dataset.counts.split(',').map(Number),"
+        " r.querySelector('svg.spark polyline').points.numberOfItems])"),
+        [[i["id"], i["node_counts"], len(i["node_counts"])] for i in issues],
+        "history: sparklines")
+    check_common(browser, page, "history", out)
+    if screenshot:
+        page.evaluate("document.getElementById('history').scrollIntoView()")
+        page.screenshot(screenshot, full_page=False)
+        print("history: screenshot %s" % screenshot)
+
+
 def test_demo_suppressed(browser, page, out, vesk_report):
     """The demo with tests/cli/suppressions/kernel.xml at 2026-11-23T13:00Z:
     kernel-version hidden on its 4 nodes, a rule that expired on 2026-11-20
@@ -390,6 +445,8 @@ def main():
     parser.add_argument("--vesk-report")
     parser.add_argument("--docs-screenshot",
                         help="also save the demo filtered to r1n03 here")
+    parser.add_argument("--history-screenshot",
+                        help="also save the history section of the demo here")
     args = parser.parse_args()
     if not os.access(args.chromium, os.X_OK):
         print("SKIPPED: %s is not installed (Debian package chromium)"
@@ -411,6 +468,8 @@ def main():
                 test_demo(browser, page, out, args.vesk_report,
                           args.docs_screenshot)
                 test_demo_baseline(browser, page, out, args.vesk_report)
+                test_history(browser, page, out, args.vesk_report,
+                             args.history_screenshot)
                 test_demo_suppressed(browser, page, out, args.vesk_report)
                 test_merged(browser, page, out, args.vesk_report)
         except ChromiumError as error:

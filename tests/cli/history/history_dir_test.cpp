@@ -1,0 +1,470 @@
+// vesk postprocessor. Licensed under the Apache License, Version 2.0.
+//
+// File: history_dir_test.cpp
+//
+// --history through the whole program, in-process. A series of six daily
+// runs on a four-node cluster keeps its history in one folder (at most
+// four runs): an issue persists throughout and changes its nodes, one is
+// resolved, one comes, goes and comes back, and node n4 flaps. Every
+// expected block, age, chart point and sparkline below was worked out by
+// hand from the series' definition. Then: the folder's safety (the lock,
+// a damaged index line or record, a folder that cannot be made), and the
+// Prometheus and JSON outputs checked by promtool and the schema.
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "cli/app.hpp"
+#include "cli/history/history_dir.hpp"
+#include "cli/input/input_error.hpp"
+#include "support/promtool.hpp"
+#include "support/report_schema.hpp"
+
+#include <simdjson.h>
+
+#include <gtest/gtest.h>
+
+namespace vesk {
+namespace cli {
+namespace {
+
+constexpr long kFirstRun = 1793512800;  // 2026-11-01T06:00:00Z
+constexpr long kDay = 86400;
+
+struct Finding {
+  char const* id;
+  char const* message;
+  int severity;
+  std::vector<char const*> nodes;
+};
+
+// The series: disk-full (warning) always, on nodes that change; fan-slow
+// (informational) in runs 0 and 1; psu (critical) in runs 2 and 4.
+std::vector<Finding> findings_of(int k) {
+  std::vector<Finding> findings;
+  std::vector<char const*> disk = {"n2", "n3"};
+  if (k == 0) disk = {"n1", "n2"};
+  if (k == 1) disk = {"n1", "n2", "n3"};
+  findings.push_back({"disk-full", "Disk almost full", 60, disk});
+  if (k <= 1) findings.push_back({"fan-slow", "Fan turns slowly", 10, {"n3"}});
+  if (k == 2 || k == 4) {
+    findings.push_back({"psu", "Power supply failed", 80, {"n4"}});
+  }
+  return findings;
+}
+
+std::string document_of(int k) {
+  std::string doc =
+      "{\"overall_pass\": false, \"severity_threshold\": 25, \"nodes\": "
+      "[\"n1\", \"n2\", \"n3\", \"n4\"], \"observations\": [";
+  std::string signs;
+  bool first = true;
+  for (Finding const& f : findings_of(k)) {
+    doc += std::string(first ? "" : ", ") + "{\"id\": \"" + f.id +
+           "\", \"message\": \"" + f.message +
+           "\", \"severity\": " + std::to_string(f.severity) + ", \"nodes\": [";
+    for (std::size_t i = 0; i < f.nodes.size(); ++i) {
+      doc += std::string(i > 0 ? ", " : "") + "\"" + f.nodes[i] + "\"";
+    }
+    doc += "]}";
+    signs +=
+        std::string(first ? "" : ", ") + "\"" + f.id + "\": [\"" + f.id + "\"]";
+    first = false;
+  }
+  return doc + "], \"observation_signs\": {" + signs + "}}\n";
+}
+
+std::string contents(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::string day(int k) {
+  return "2026-11-0" + std::to_string(k + 1) + "T06:00:00Z";
+}
+
+std::string record_of(int k) {
+  return "run-2026110" + std::to_string(k + 1) + "T060000Z.json";
+}
+
+// The printed text from "Changes since" on, or "" without the block.
+std::string changes_block(std::string const& out) {
+  std::size_t const at = out.find("Changes since");
+  return at == std::string::npos ? "" : out.substr(at);
+}
+
+std::string const kRule = std::string(80, '-') + "\n";
+
+// What each run says changed, by hand from findings_of().
+std::string const kBlocks[] = {
+    "",
+    "Changes since 2026-11-01T06:00:00Z\n\n"
+    "New issues: none\n\n"
+    "Resolved issues: none\n\n"
+    "Issues whose nodes changed: 1\n"
+    "  disk-full: Disk almost full\n"
+    "    +n3\n\n"
+    "Nodes newly with issues: none\n"
+    "Recovered nodes: none\n"
+    "Flapping nodes: none\n" +
+        kRule,
+    "Changes since 2026-11-02T06:00:00Z\n\n"
+    "New issues: 1\n"
+    "  psu: Power supply failed\n"
+    "    Nodes: n4\n\n"
+    "Resolved issues: 1\n"
+    "  fan-slow: Fan turns slowly\n"
+    "    Nodes: n3\n\n"
+    "Issues whose nodes changed: 1\n"
+    "  disk-full: Disk almost full\n"
+    "    -n1\n\n"
+    "Nodes newly with issues: n4\n"
+    "Recovered nodes: n1\n"
+    "Flapping nodes: none\n" +
+        kRule,
+    "Changes since 2026-11-03T06:00:00Z\n\n"
+    "New issues: none\n\n"
+    "Resolved issues: 1\n"
+    "  psu: Power supply failed\n"
+    "    Nodes: n4\n\n"
+    "Issues whose nodes changed: none\n\n"
+    "Nodes newly with issues: none\n"
+    "Recovered nodes: n4\n"
+    "Flapping nodes: none\n" +
+        kRule,
+    "Changes since 2026-11-04T06:00:00Z\n\n"
+    "New issues: 1\n"
+    "  psu: Power supply failed\n"
+    "    Nodes: n4\n\n"
+    "Resolved issues: none\n\n"
+    "Issues whose nodes changed: none\n\n"
+    "Nodes newly with issues: n4\n"
+    "Recovered nodes: none\n"
+    "Flapping nodes: none\n" +
+        kRule,
+    // n4 was without, without, with, without, with, without issues: four
+    // changes in six runs.
+    "Changes since 2026-11-05T06:00:00Z\n\n"
+    "New issues: none\n\n"
+    "Resolved issues: 1\n"
+    "  psu: Power supply failed\n"
+    "    Nodes: n4\n\n"
+    "Issues whose nodes changed: none\n\n"
+    "Nodes newly with issues: none\n"
+    "Recovered nodes: n4\n"
+    "Flapping nodes: n4\n" +
+        kRule,
+};
+
+// Each run's line of the index: critical, warning, informational issues,
+// nodes with issues.
+struct Point {
+  int critical, warning, informational, nodes;
+};
+Point const kPoints[] = {
+    {0, 1, 1, 3}, {0, 1, 1, 3}, {1, 1, 0, 3},
+    {0, 1, 0, 2}, {1, 1, 0, 3}, {0, 1, 0, 2},
+};
+
+// The age of each issue in run k (seconds) and its sparkline's counts
+// over the kept runs (at most four).
+struct Aged {
+  char const* id;
+  long age;
+  char const* counts;
+};
+std::vector<Aged> const kAges[] = {
+    {{"disk-full", 0, "2"}, {"fan-slow", 0, "1"}},
+    {{"disk-full", kDay, "2,3"}, {"fan-slow", kDay, "1,1"}},
+    {{"psu", 0, "0,0,1"}, {"disk-full", 2 * kDay, "2,3,2"}},
+    {{"disk-full", 3 * kDay, "2,3,2,2"}},
+    // psu came back: first seen again, no count before.
+    {{"psu", 0, "0,0,0,1"}, {"disk-full", 4 * kDay, "3,2,2,2"}},
+    {{"disk-full", 5 * kDay, "2,2,2,2"}},
+};
+
+class HistoryRuns : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = std::filesystem::temp_directory_path() /
+           ("vesk-history-" + std::to_string(::getpid()));
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+  }
+  void TearDown() override {
+    ::unsetenv("SOURCE_DATE_EPOCH");
+    std::filesystem::remove_all(dir_);
+  }
+  std::string path(std::string const& name) const {
+    return (dir_ / name).string();
+  }
+  struct Result {
+    int status;
+    std::string out;
+    std::string err;
+  };
+  Result run_at(int k, std::vector<std::string> args) {
+    ::setenv("SOURCE_DATE_EPOCH", std::to_string(kFirstRun + k * kDay).c_str(),
+             1);
+    std::string const doc = path("doc" + std::to_string(k) + ".json");
+    std::ofstream(doc) << document_of(k);
+    args.insert(args.begin(), {"--width", "0", doc});
+    std::ostringstream out;
+    std::ostringstream err;
+    int const status = run(args, out, err);
+    return {status, out.str(), err.str()};
+  }
+
+  std::filesystem::path dir_;
+};
+
+std::vector<std::string> matches(std::string const& text,
+                                 std::string const& pattern) {
+  std::vector<std::string> found;
+  std::regex const re(pattern);
+  for (auto it = std::sregex_iterator(text.begin(), text.end(), re);
+       it != std::sregex_iterator(); ++it) {
+    found.push_back((*it)[1].str());
+  }
+  return found;
+}
+
+TEST_F(HistoryRuns, SixDaysSayWhatChangedHowOldAndDrawTheTrend) {
+  std::string const history = path("history");
+  std::vector<std::string> reports;
+  for (int k = 0; k < 6; ++k) {
+    SCOPED_TRACE("run " + std::to_string(k));
+    std::string const json = path("report" + std::to_string(k) + ".json");
+    std::string const html = path("report" + std::to_string(k) + ".html");
+    std::string const prom = path("report" + std::to_string(k) + ".prom");
+    Result const result =
+        run_at(k, {"--history", history, "--history-keep", "4", "--report",
+                   "text", "--report", "json=" + json, "--report",
+                   "html=" + html, "--report", "prometheus=" + prom});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "");
+    EXPECT_EQ(changes_block(result.out), kBlocks[k]);
+    reports.push_back(json);
+
+    // --baseline with the record compared with says the same, byte for byte.
+    if (k > 0) {
+      Result const baseline =
+          run_at(k, {"--baseline", history + "/" + record_of(k - 1)});
+      EXPECT_EQ(baseline.out, result.out);
+    }
+
+    // The folder keeps the last four runs, the index one line each.
+    std::vector<std::string> records;
+    for (auto const& entry : std::filesystem::directory_iterator(history)) {
+      records.push_back(entry.path().filename().string());
+    }
+    std::sort(records.begin(), records.end());
+    std::vector<std::string> expected = {".lock", "index.jsonl"};
+    int const oldest = std::max(0, k - 3);
+    for (int j = oldest; j <= k; ++j) expected.push_back(record_of(j));
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(records, expected);
+    std::string index;
+    for (int j = oldest; j <= k; ++j) {
+      Point const& p = kPoints[j];
+      index += "{\"record\":\"" + record_of(j) + "\",\"generated_at\":\"" +
+               day(j) + "\",\"result\":\"FAIL\",\"issues\":{\"critical\":" +
+               std::to_string(p.critical) +
+               ",\"warning\":" + std::to_string(p.warning) +
+               ",\"informational\":" + std::to_string(p.informational) +
+               "},\"nodes_with_issues\":" + std::to_string(p.nodes) +
+               ",\"nodes_tested\":4}\n";
+    }
+    EXPECT_EQ(contents(history + "/index.jsonl"), index);
+
+    // The JSON report: compared with the run before, each issue's age.
+    simdjson::dom::parser parser;
+    simdjson::dom::element report = parser.load(json);
+    std::string_view version;
+    ASSERT_EQ(report["schema_version"].get(version), simdjson::SUCCESS);
+    EXPECT_EQ(version, "1.4");
+    simdjson::dom::element compared = report["history"]["compared_with"];
+    if (k == 0) {
+      EXPECT_TRUE(compared.is_null());
+    } else {
+      EXPECT_EQ(std::string_view(compared), history + "/" + record_of(k - 1));
+    }
+    std::vector<std::pair<std::string, long>> ages;
+    for (simdjson::dom::element issue : report["issues"].get_array()) {
+      ages.emplace_back(std::string(std::string_view(issue["id"])),
+                        static_cast<long>(int64_t(issue["age_seconds"])));
+    }
+    std::vector<std::pair<std::string, long>> expected_ages;
+    for (Aged const& a : kAges[k]) expected_ages.emplace_back(a.id, a.age);
+    EXPECT_EQ(ages, expected_ages);
+
+    // The page: one point per kept run and series, the sparklines.
+    std::string const page = contents(html);
+    for (auto const& [series, field] :
+         std::vector<std::pair<std::string, int Point::*>>{
+             {"critical", &Point::critical},
+             {"warning", &Point::warning},
+             {"informational", &Point::informational},
+             {"nodes", &Point::nodes}}) {
+      std::vector<std::string> expected_values;
+      for (int j = oldest; j <= k; ++j) {
+        expected_values.push_back(std::to_string(kPoints[j].*field));
+      }
+      EXPECT_EQ(
+          matches(page, "<circle class=\"point\" data-series=\"" + series +
+                            "\" data-run=\"[^\"]+\" data-value=\"([0-9]+)\""),
+          expected_values)
+          << series;
+    }
+    std::vector<std::string> sparks;
+    for (Aged const& a : kAges[k]) sparks.push_back(a.counts);
+    EXPECT_EQ(matches(page, "<svg class=\"spark\" data-counts=\"([0-9,]+)\""),
+              sparks);
+
+    // Prometheus: the ages, by id and kind.
+    std::string const metrics = contents(prom);
+    for (Aged const& a : kAges[k]) {
+      EXPECT_NE(metrics.find(
+                    std::string("vesk_report_issue_age_seconds{id=\"") + a.id +
+                    "\",kind=\"observation\"} " + std::to_string(a.age) + "\n"),
+                std::string::npos)
+          << a.id;
+    }
+    testing::PromtoolCheck const check =
+        testing::promtool_check_metrics(metrics);
+    EXPECT_EQ(check.status, 0) << check.output;
+  }
+  testing::SchemaCheck const schema = testing::validate_json_reports(reports);
+  EXPECT_EQ(schema.status, 0) << schema.output;
+}
+
+TEST_F(HistoryRuns, WithoutTheOptionNothingChanges) {
+  Result const plain = run_at(0, {});
+  std::filesystem::create_directories(path("history"));
+  Result const with = run_at(0, {"--history", path("history")});
+  // The first run into a folder tells no changes: the same text.
+  EXPECT_EQ(with.out, plain.out);
+  EXPECT_EQ(with.status, plain.status);
+}
+
+TEST_F(HistoryRuns, ADamagedRecordOrIndexLineCostsOnlyItself) {
+  std::string const history = path("history");
+  run_at(0, {"--history", history});
+  run_at(1, {"--history", history});
+  // The newest record is cut short, and a stray line joins the index.
+  std::string const newest = history + "/" + record_of(1);
+  std::string const text = contents(newest);
+  std::ofstream(newest, std::ios::binary) << text.substr(0, text.size() / 2);
+  std::ofstream(history + "/index.jsonl", std::ios::app) << "not json\n";
+  Result const result = run_at(2, {"--history", history});
+  EXPECT_EQ(result.status, 1);
+  // Compared with run 0, the one before the damaged record.
+  EXPECT_EQ(changes_block(result.out).substr(0, 35),
+            "Changes since 2026-11-01T06:00:00Z\n");
+  std::vector<std::string> lines;
+  std::istringstream err(result.err);
+  for (std::string line; std::getline(err, line);) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 2U) << result.err;
+  EXPECT_EQ(lines[0], "vesk-report: " + history +
+                          "/index.jsonl:3: warning: expected a JSON object "
+                          "on one line; line skipped");
+  EXPECT_EQ(lines[1].rfind("vesk-report: " + newest, 0), 0U) << lines[1];
+  EXPECT_NE(lines[1].find("; record skipped"), std::string::npos) << lines[1];
+  // The stray line is gone from the index, the damaged run's line stays.
+  std::string const index = contents(history + "/index.jsonl");
+  EXPECT_EQ(index.find("not json"), std::string::npos);
+  EXPECT_NE(index.find(record_of(1)), std::string::npos);
+  EXPECT_NE(index.find(record_of(2)), std::string::npos);
+}
+
+TEST_F(HistoryRuns, AFolderThatCannotBeMadeStopsTheRunFirst) {
+  std::ofstream(path("file")) << "a file\n";
+  std::string const json = path("out.json");
+  Result const result = run_at(
+      0, {"--history", path("file") + "/history", "--report", "json=" + json});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "vesk-report: " + path("file") +
+                            "/history: expected a history folder that can be "
+                            "created (Not a directory)\n");
+  EXPECT_FALSE(std::filesystem::exists(json));
+}
+
+TEST_F(HistoryRuns, ASecondRunWaitsForTheLockThenGivesUp) {
+  std::string const history = path("history");
+  std::filesystem::create_directories(history);
+  int const fd = ::open((history + "/.lock").c_str(), O_RDWR | O_CREAT, 0666);
+  ASSERT_GE(fd, 0);
+  ASSERT_EQ(::flock(fd, LOCK_EX), 0);
+  std::ostringstream warnings;
+  auto const started = std::chrono::steady_clock::now();
+  try {
+    HistoryDir held(history, warnings, std::chrono::milliseconds(1000));
+    ADD_FAILURE() << "the lock was taken twice";
+  } catch (InputError const& e) {
+    EXPECT_EQ(std::string(e.what()),
+              "expected the history folder's lock within 1 s, but another run "
+              "still holds it (" +
+                  history + "/.lock)");
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - started,
+            std::chrono::milliseconds(1000));
+  // Once it is let go, the next run takes it.
+  ::close(fd);
+  HistoryDir taken(history, warnings, std::chrono::milliseconds(1000));
+  EXPECT_EQ(warnings.str(), "");
+}
+
+TEST(HistoryIndex, LinesReadBackAsWritten) {
+  HistoryRun run;
+  run.record = "run-20261101T060000Z-2.json";
+  run.generated_at = "2026-11-01T06:00:00Z";
+  run.passed = true;
+  run.critical = 1;
+  run.warning = 2;
+  run.informational = 3;
+  run.nodes_with_issues = 4;
+  run.nodes_tested = 5;
+  std::string const line = index_line(run);
+  EXPECT_EQ(line,
+            "{\"record\":\"run-20261101T060000Z-2.json\",\"generated_at\":"
+            "\"2026-11-01T06:00:00Z\",\"result\":\"PASS\",\"issues\":{"
+            "\"critical\":1,\"warning\":2,\"informational\":3},"
+            "\"nodes_with_issues\":4,\"nodes_tested\":5}");
+  HistoryRun const back = parse_index_line(line);
+  EXPECT_EQ(back.record, run.record);
+  EXPECT_EQ(back.generated_at, run.generated_at);
+  EXPECT_TRUE(back.passed);
+  EXPECT_EQ(back.informational, 3);
+  EXPECT_EQ(back.nodes_tested, 5);
+}
+
+TEST(HistoryIndex, ARecordNameCannotLeaveTheFolder) {
+  EXPECT_TRUE(is_record_name("run-20261101T060000Z.json"));
+  EXPECT_TRUE(is_record_name("run-20261101T060000Z-12.json"));
+  EXPECT_FALSE(is_record_name("run-../x.json"));
+  EXPECT_FALSE(is_record_name("run-/etc/passwd.json"));
+  EXPECT_FALSE(is_record_name("run-.json"));
+  EXPECT_FALSE(is_record_name("index.jsonl"));
+  EXPECT_THROW(parse_index_line(
+                   "{\"record\":\"../../etc/passwd\",\"generated_at\":"
+                   "\"2026-11-01T06:00:00Z\",\"result\":\"PASS\",\"issues\":{"
+                   "\"critical\":0,\"warning\":0,\"informational\":0},"
+                   "\"nodes_with_issues\":0,\"nodes_tested\":0}"),
+               InputError);
+}
+
+}  // namespace
+}  // namespace cli
+}  // namespace vesk
