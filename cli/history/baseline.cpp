@@ -16,12 +16,14 @@
 #include <limits>
 #include <optional>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "cli/history/history_dir.hpp"
+#include "cli/history/host_gaps.hpp"
 #include "cli/input/byte_source.hpp"
 #include "cli/input/host_name.hpp"
-#include "cli/input/hostlist.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
 #include "cli/model/report_time.hpp"
@@ -110,6 +112,8 @@ class BaselineReader {
           } else if (key == "node_history") {
             read_history(value, baseline);
             baseline.has_history = true;
+          } else if (key == "host_table") {
+            read_host_table(value);
           } else {
             json_.check_value(value);
           }
@@ -190,20 +194,20 @@ class BaselineReader {
                                          });
                 });
             has_nodes = true;
-          } else if (key == "hosts") {
-            read_folded_hosts(item, issue);
+          } else if (key == "host_gaps") {
+            read_host_gaps(item, issue);
             has_nodes = true;
           } else if (key == "node_counts") {
-            json_.for_each_element(
-                item, "an array of node counts", [&](ondemand::value& count) {
-                  std::int32_t const n = json_.get_int32(count);
-                  if (n < 0) {
-                    json_.fail(
-                        "expected a node count of 0 or "
-                        "more");
-                  }
-                  issue.node_counts.push_back(static_cast<std::uint32_t>(n));
-                });
+            std::string_view text;
+            if (simdjson::error_code e = item.get_string().get(text)) {
+              json_.fail_json(e, "a string");
+            }
+            try {
+              issue.node_counts = decode_node_counts(
+                  text, static_cast<std::size_t>(kMaxHistoryKeep));
+            } catch (std::invalid_argument const& e) {
+              json_.fail(e.what());
+            }
           } else if (key == "first_seen") {
             issue.first_seen = get_time(item);
           } else {
@@ -243,23 +247,30 @@ class BaselineReader {
     return index;
   }
 
-  // The folded host list of a history record's issue, expanded into the
-  // host table; the count is bounded before anything is expanded.
-  void read_folded_hosts(ondemand::value& value, BaselineIssue& issue) {
-    std::string const text = json_.get_string(value);
-    std::vector<std::string> names;
-    try {
-      names = expand_host_list(text);
-    } catch (HostListError const& e) {
-      json_.fail(e.what());
+  // A history record's host table: each name's index in the baseline's.
+  void read_host_table(ondemand::value& value) {
+    json_.for_each_element(
+        value, "an array of strings",
+        [&](ondemand::value& name) { record_hosts_.push_back(host(name)); });
+    has_host_table_ = true;
+  }
+
+  // A history record's issue's hosts, as gaps over its host table.
+  void read_host_gaps(ondemand::value& value, BaselineIssue& issue) {
+    if (!has_host_table_) {
+      json_.fail("expected the record's \"host_table\" before its issues");
     }
-    for (auto const& name : names) {
-      std::size_t const known = hosts_->size();
-      std::uint32_t const index = hosts_->index(name);
-      if (hosts_->size() != known && !host_numbers_fit(name)) {
-        json_.fail(host_numbers_error(name));
+    std::string_view text;
+    if (simdjson::error_code e = value.get_string().get(text)) {
+      json_.fail_json(e, "a string");
+    }
+    try {
+      for (std::uint32_t const index : decode_host_gaps(
+               text, static_cast<std::uint32_t>(record_hosts_.size()))) {
+        issue.nodes.push_back(record_hosts_[index]);
       }
-      issue.nodes.push_back(index);
+    } catch (std::invalid_argument const& e) {
+      json_.fail(e.what());
     }
   }
 
@@ -337,6 +348,9 @@ class BaselineReader {
   JsonReader& json_;
   HostTable* hosts_ = nullptr;
   bool version_seen_ = false;
+  // A history record's host table, as indexes into *hosts_.
+  std::vector<std::uint32_t> record_hosts_;
+  bool has_host_table_ = false;
 };
 
 // The top object's schema_version, looked for without walking the rest;

@@ -15,9 +15,9 @@
 //   issues[]                kind, id, message (the issue's identity) and
 //                           nodes (its node groups) (required), first_seen
 //                           (1.1, optional); a history record (--history)
-//                           gives the nodes as one folded host list,
-//                           "hosts": "n[01-40]", and the trail of the
-//                           identity's node counts, "node_counts"
+//                           gives the nodes as "host_gaps" over its
+//                           "host_table" (host_gaps.hpp), and the trail of
+//                           the identity's node counts, "node_counts"
 //   node_history            (1.1, optional) the per-node histories the
 //                           earlier run carried, see NodeHistory
 //

@@ -80,6 +80,17 @@ class Hosts {
     return place->second;
   }
 
+  // The name of every number, in number order.
+  std::vector<std::string> all_names() const {
+    std::vector<std::string> out;
+    out.reserve(baseline_.size() + names_.size());
+    for (std::size_t i = 0; i < baseline_.size(); ++i) {
+      out.push_back(baseline_.name(static_cast<std::uint32_t>(i)));
+    }
+    out.insert(out.end(), names_.begin(), names_.end());
+    return out;
+  }
+
   // The names of `hosts`, sorted.
   std::vector<std::string> names(HostSet const& hosts) const {
     std::vector<std::string> out;
@@ -312,7 +323,8 @@ void compare_nodes(ReportModel const& model, Baseline const& baseline,
 }  // namespace
 
 ReportChanges compare_with_baseline(ReportModel const& model,
-                                    Baseline const& baseline) {
+                                    Baseline const& baseline,
+                                    IssueHosts* numbered) {
   ReportChanges changes;
   changes.baseline_path = baseline.path;
   changes.baseline_generated_at = baseline.generated_at;
@@ -346,6 +358,10 @@ ReportChanges compare_with_baseline(ReportModel const& model,
   }
   Sides const before = baseline_sides(baseline, before_messages);
   std::vector<HostSet> issue_hosts = issue_host_sets(model, baseline, hosts);
+  if (numbered != nullptr) {
+    numbered->issues = issue_hosts;
+    numbered->names = hosts.all_names();
+  }
   Sides const now = run_sides(model, issue_hosts, now_messages);
   changes.has_suppressions = model.suppressions != nullptr;
   compare_identities(now, before, hosts, model.suppressions.get(), changes);

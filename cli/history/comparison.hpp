@@ -54,6 +54,7 @@
 #define VESK_CLI_HISTORY_COMPARISON_HPP_
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -65,11 +66,21 @@
 namespace vesk {
 namespace cli {
 
+// The hosts of a run's issues under one numbering: each issue's (by ref)
+// as ascending numbers, and the name of each number.
+struct IssueHosts {
+  std::vector<std::vector<std::uint32_t>> issues;
+  std::vector<std::string> names;
+};
+
 // compare_with_baseline()
 //
-// Compares `model` (this run) with `baseline`, as described above.
+// Compares `model` (this run) with `baseline`, as described above. With
+// `hosts`, also numbers the hosts of both runs and gives each issue's
+// hosts as their numbers (what a history record carries).
 ReportChanges compare_with_baseline(ReportModel const& model,
-                                    Baseline const& baseline);
+                                    Baseline const& baseline,
+                                    IssueHosts* hosts = nullptr);
 
 // compare_with_history()
 //

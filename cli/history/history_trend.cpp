@@ -69,17 +69,20 @@ void compare_with_history_dir(ReportModel& model, HistoryDir const& dir,
   auto history = std::make_shared<ReportHistory>();
   history->dir = dir.dir();
   history->keep = keep;
-  // The first run of a folder is compared with nothing: every issue is new
-  // and first seen now, and no changes are told.
-  ReportChanges first_run;
+  // The first run of a folder is compared with an empty baseline: every
+  // issue is new and first seen now, and no changes are told.
+  IssueHosts hosts;
   bool const compares = newest.has_value();
-  if (compares) {
-    history->compared_with = newest->path;
-    compare_with_history(model, std::move(newest));
-  } else {
-    first_run = compare_with_baseline(model, Baseline{});
-  }
-  ReportChanges const& compared = compares ? *model.changes : first_run;
+  if (compares) history->compared_with = newest->path;
+  Baseline const empty;
+  Baseline const& last = compares ? *newest : empty;
+  auto changes = std::make_shared<ReportChanges>(
+      compare_with_baseline(model, last, &hosts));
+  newest.reset();  // what the writers need of it is in the changes
+  ReportChanges const& compared = *changes;
+  history->issue_hosts = std::move(hosts.issues);
+  history->host_names = std::move(hosts.names);
+  if (compares) model.changes = changes;
 
   std::string const now = rfc3339_utc(model.generated_at);
   std::vector<HistoryRun> const& before = dir.runs();

@@ -55,6 +55,10 @@ struct ReportHistory {
   int keep = 100;                    // --history-keep
   std::vector<HistoryRun> runs;      // oldest first, this run last
   std::vector<IssueHistory> issues;  // by ref
+  // Each issue's hosts (by ref) as ascending numbers into host_names, for
+  // the record: the comparison numbered them already.
+  std::vector<std::vector<std::uint32_t>> issue_hosts;
+  std::vector<std::string> host_names;
 };
 
 }  // namespace cli

@@ -4,6 +4,8 @@
 
 #include "cli/output/history_record.hpp"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <set>
 #include <stdexcept>
@@ -12,51 +14,57 @@
 #include <vector>
 
 #include "cli/escape/json.hpp"
-#include "cli/input/hostlist.hpp"
+#include "cli/history/host_gaps.hpp"
 #include "cli/model/report_changes.hpp"
 #include "cli/model/report_history.hpp"
 #include "cli/model/report_time.hpp"
 #include "cli/output/json_writer.hpp"
-#include "vesk/tokenized_host/tokenized_host.hpp"
 
 namespace vesk {
 namespace cli {
 namespace {
 
-// A name that a folded host list carries whole: no bracket, comma or
-// blank, which the list's own syntax uses, and no control character.
-bool foldable(std::string_view name) {
-  if (name.empty()) return false;
-  for (char const c : name) {
-    auto const byte = static_cast<unsigned char>(c);
-    if (c == '[' || c == ']' || c == ',' || c == ' ' || byte < 0x20 ||
-        byte == 0x7f) {
-      return false;
+// The record's host table: the hosts of this run's issues, in the order
+// the comparison numbered them (numbers no issue uses are left out, which
+// keeps each issue's numbers ascending).
+class RecordHosts {
+ public:
+  explicit RecordHosts(ReportHistory const& history)
+      : issues_(history.issue_hosts) {
+    constexpr std::uint32_t kUnused = 0xffffffffU;
+    renumbered_.assign(history.host_names.size(), kUnused);
+    for (auto const& hosts : issues_) {
+      for (std::uint32_t const host : hosts) renumbered_[host] = 0;
+    }
+    std::uint32_t next = 0;
+    for (std::size_t i = 0; i < renumbered_.size(); ++i) {
+      if (renumbered_[i] == kUnused) continue;
+      renumbered_[i] = next++;
+      names_.push_back(&history.host_names[i]);
     }
   }
-  return true;
-}
 
-// The issue's distinct nodes as one folded host list, or "" when they
-// cannot be carried so: the fold is checked to stand for exactly as many
-// names (two names that fold together, "n1" and "n01", would not).
-std::string folded_hosts(ReportIssue const& issue) {
-  if (issue.nodes.empty()) return "";
-  for (std::string_view const name : issue.nodes) {
-    if (!foldable(name)) return "";
+  std::vector<std::string const*> const& names() const { return names_; }
+
+  // The hosts of the issue `ref` as host gaps over the table.
+  std::string gaps_of(std::size_t ref) const {
+    std::vector<std::uint32_t> indexes;
+    indexes.reserve(issues_[ref].size());
+    for (std::uint32_t const host : issues_[ref]) {
+      indexes.push_back(renumbered_[host]);
+    }
+    return encode_host_gaps(indexes);
   }
-  std::string const text = TokenizedHost::get_merged_hosts(
-      std::vector<std::string>(issue.nodes.begin(), issue.nodes.end()));
-  try {
-    if (count_host_list(text) != issue.nodes.size()) return "";
-  } catch (HostListError const&) {
-    return "";
-  }
-  return text;
-}
+
+ private:
+  std::vector<std::vector<std::uint32_t>> const& issues_;
+  std::vector<std::uint32_t> renumbered_;
+  std::vector<std::string const*> names_;
+};
 
 void write_record_issue(JsonEmitter& json, ReportIssue const& issue,
-                        IssueHistory const& aged, MergeReport const* merged) {
+                        IssueHistory const& aged, RecordHosts const& hosts,
+                        MergeReport const* merged) {
   json.begin_object();
   json.member("kind", kind_name(issue.kind));
   json.member("id", issue.id);
@@ -71,22 +79,9 @@ void write_record_issue(JsonEmitter& json, ReportIssue const& issue,
   json.member("band", band_name(issue.band));
   json.member("severity", issue.severity);
   json.member("first_seen", aged.first_seen);
-  std::string const hosts = folded_hosts(issue);
-  if (!hosts.empty() || issue.nodes.empty()) {
-    json.member("hosts", hosts);
-  } else {
-    json.key("nodes");
-    json.begin_array();
-    json.begin_array();
-    for (std::string_view const name : issue.nodes) json.string(name);
-    json.end_array();
-    json.end_array();
-  }
+  json.member("host_gaps", hosts.gaps_of(issue.ref));
   json.member_index("node_count", issue.nodes.size());
-  json.key("node_counts");
-  json.begin_array();
-  for (std::uint32_t const count : aged.node_counts) json.index(count);
-  json.end_array();
+  json.member("node_counts", encode_node_counts(aged.node_counts));
   json.end_object();
 }
 
@@ -107,10 +102,17 @@ void write_history_record(ReportModel const& model, std::ostream& out) {
   json.strings(model.nodes_with_issues);
   json.member_index("tested_count", history.runs.back().nodes_tested);
   json.end_object();
+  // The host table comes before the issues, which name hosts by their
+  // index in it.
+  RecordHosts const hosts(history);
+  json.key("host_table");
+  json.begin_array();
+  for (std::string const* name : hosts.names()) json.string(*name);
+  json.end_array();
   json.key("issues");
   json.begin_array();
   for (ReportIssue const& issue : model.issues) {
-    write_record_issue(json, issue, history.issues.at(issue.ref),
+    write_record_issue(json, issue, history.issues.at(issue.ref), hosts,
                        model.merged.get());
   }
   json.end_array();
