@@ -131,56 +131,40 @@ std::string help_footer() {
          "mapped.";
 }
 
-// The --width check: a whole number of columns, 0 or more.
-std::string check_width(std::string& text) {
+// Whether `text` is a whole number from `low` to `high`, all of it.
+bool whole_number_in(std::string const& text, long long low, long long high) {
   std::size_t used = 0;
-  long long value = -1;
+  long long value = 0;
   try {
     value = std::stoll(text, &used);
   } catch (std::exception const&) {
-    used = 0;
+    return false;
   }
-  if (used != text.size() || text.empty() || value < 0 ||
-      value > std::numeric_limits<int>::max()) {
-    return "expected a number of columns from 0 to 2147483647, found \"" +
-           text + "\"";
-  }
-  return "";
+  return used == text.size() && !text.empty() && value >= low && value <= high;
+}
+
+// The --width check: a whole number of columns, 0 or more.
+std::string check_width(std::string& text) {
+  if (whole_number_in(text, 0, std::numeric_limits<int>::max())) return "";
+  return "expected a number of columns from 0 to 2147483647, found \"" + text +
+         "\"";
 }
 
 // The --threshold check: a whole number that fits in an int.
 std::string check_threshold(std::string& text) {
-  std::size_t used = 0;
-  long long value = 0;
-  try {
-    value = std::stoll(text, &used);
-  } catch (std::exception const&) {
-    used = 0;
+  if (whole_number_in(text, std::numeric_limits<int>::min(),
+                      std::numeric_limits<int>::max())) {
+    return "";
   }
-  if (used != text.size() || text.empty() ||
-      value < std::numeric_limits<int>::min() ||
-      value > std::numeric_limits<int>::max()) {
-    return "expected an integer from -2147483648 to 2147483647, found \"" +
-           text + "\"";
-  }
-  return "";
+  return "expected an integer from -2147483648 to 2147483647, found \"" + text +
+         "\"";
 }
 
 // The --history-keep check: a number of runs from 1 to kMaxHistoryKeep.
 std::string check_keep(std::string& text) {
-  std::size_t used = 0;
-  long long value = 0;
-  try {
-    value = std::stoll(text, &used);
-  } catch (std::exception const&) {
-    used = 0;
-  }
-  if (used != text.size() || text.empty() || value < 1 ||
-      value > kMaxHistoryKeep) {
-    return "expected a number of runs from 1 to " +
-           std::to_string(kMaxHistoryKeep) + ", found \"" + text + "\"";
-  }
-  return "";
+  if (whole_number_in(text, 1, kMaxHistoryKeep)) return "";
+  return "expected a number of runs from 1 to " +
+         std::to_string(kMaxHistoryKeep) + ", found \"" + text + "\"";
 }
 
 // The log level names from the most verbose to the least: "debug, info,
