@@ -405,6 +405,39 @@ struct RunRecords {
   }
 };
 
+// --history: the folder, opened before any input is read, and its newest
+// record, read on a thread of its own while the inputs load (a record of
+// a big cluster takes a tenth of a second). The folder's warnings are held
+// apart until the record is taken, since the inputs' go to the same place
+// meanwhile.
+struct OpenHistory {
+  std::ostringstream warnings;
+  std::optional<HistoryDir> dir;
+  // Declared last, so destroyed first: a read still running is waited for
+  // before the folder goes.
+  std::future<std::optional<Baseline>> newest;
+
+  // Opens `path` (nothing without one). Its errors are told under its name.
+  OpenHistory(std::optional<std::string> const& path, std::string& label) {
+    if (!path) return;
+    std::string const before = std::exchange(label, *path);
+    dir.emplace(*path, warnings);
+    label = before;
+    newest =
+        std::async(std::launch::async, [this] { return dir->newest_record(); });
+  }
+  OpenHistory(OpenHistory const&) = delete;
+  OpenHistory& operator=(OpenHistory const&) = delete;
+
+  // The newest record, waited for; the folder's warnings go to `out`.
+  std::optional<Baseline> take(std::ostream& out) {
+    if (!newest.valid()) return std::nullopt;
+    std::optional<Baseline> record = newest.get();
+    out << warnings.str();
+    return record;
+  }
+};
+
 // The run, stage by stage. Input errors are told under `label` (the input
 // being read); the inputs' warnings go to `warnings`, the library's lines
 // about results it cannot map are held by `lines`.
@@ -423,14 +456,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   std::optional<SuppressionFile> rules =
       read_suppressions(options.suppressions, label);
   // So does a history folder that cannot be created or locked.
-  std::optional<HistoryDir> history;
-  std::optional<Baseline> newest_record;
-  if (options.history) {
-    std::string const before = std::exchange(label, *options.history);
-    history.emplace(*options.history, warnings);
-    newest_record = history->newest_record();
-    label = before;
-  }
+  OpenHistory history(options.history, label);
   EarlyBaseline early_baseline(options.baseline);
   RunRecords records;
   std::optional<ReportWriting> writing;
@@ -442,6 +468,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
       },
       label);
   std::optional<Baseline> baseline = early_baseline.take(label);
+  std::optional<Baseline> newest_record = history.take(warnings);
   if (options.log_level) inputs.settings.log_level = options.log_level;
   if (options.syslog) {
     ::openlog("vesk-report", LOG_PID, LOG_USER);
@@ -455,7 +482,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   bool unmapped = prepare_output_data(
       uf, *records.config, {inputs.settings.log_level, writing->report_table()},
       lines, *records.data);
-  if (writing->needs_model() || baseline || history ||
+  if (writing->needs_model() || baseline || history.dir ||
       options.layout.blast_radius) {
     RunInfo run;
     run.generator = std::string("vesk-report ") + VESK_VERSION;
@@ -471,16 +498,16 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   // The history's record and index are staged before any report is written
   // and put in place once all are.
   HistoryUpdate history_update;
-  if (history) {
-    compare_with_history_dir(*records.model, *history, std::move(newest_record),
-                             options.history_keep);
-    history_update.stage(*history, *records.model);
+  if (history.dir) {
+    compare_with_history_dir(*records.model, *history.dir,
+                             std::move(newest_record), options.history_keep);
+    history_update.stage(*history.dir, *records.model);
   }
   records.model->blast_radius = options.layout.blast_radius;
   unmapped = writing->write(uf, *records.data, *records.model, options.layout,
                             lines, out) ||
              unmapped;
-  if (history) history_update.commit();
+  if (history.dir) history_update.commit();
   if (unmapped) return Outcome::kUnmapped;
   return records.data->overall_pass ? Outcome::kPassed : Outcome::kFailed;
 }
