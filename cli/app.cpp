@@ -191,6 +191,7 @@ struct RawOptions {
   CLI::Option* level_option = nullptr;
   CLI::Option* report_option = nullptr;
   CLI::Option* check_option = nullptr;
+  CLI::Option* keep_option = nullptr;
 };
 
 // Defines every option on `app`: bound to `options` where a value needs no
@@ -236,25 +237,22 @@ void define_options(CLI::App& app, Options& options, RawOptions& raw) {
                          "complete (repeatable; default: text)")
           ->type_name("FORMAT[=PATH]")
           ->allow_extra_args(false);
-  CLI::Option* baseline =
-      app.add_option("--baseline", options.baseline,
-                     "Compare with PATH, the JSON report of an earlier run "
-                     "(--report json), and say what changed since")
-          ->type_name("PATH");
-  CLI::Option* history =
-      app.add_option("--history", options.history,
-                     "Keep this run's record in the folder DIR (created when "
-                     "missing) and say what changed since the newest record "
-                     "there")
-          ->type_name("DIR")
-          ->excludes(baseline);
-  app.add_option("--history-keep", options.history_keep,
-                 "Keep the records of the last N runs in the --history "
-                 "folder (default: " +
-                     std::to_string(kDefaultHistoryKeep) + ")")
-      ->type_name("N")
-      ->check(CLI::Validator(check_keep, ""))
-      ->needs(history);
+  app.add_option("--baseline", options.baseline,
+                 "Compare with PATH, the JSON report of an earlier run "
+                 "(--report json), and say what changed since")
+      ->type_name("PATH");
+  app.add_option("--history", options.history,
+                 "Keep this run's record in the folder DIR (created when "
+                 "missing) and say what changed since the newest record there "
+                 "(not with --baseline)")
+      ->type_name("DIR");
+  raw.keep_option =
+      app.add_option("--history-keep", options.history_keep,
+                     "Keep the records of the last N runs in the --history "
+                     "folder (default: " +
+                         std::to_string(kDefaultHistoryKeep) + ")")
+          ->type_name("N")
+          ->check(CLI::Validator(check_keep, ""));
   app.add_flag("--merge-similar", options.inputs.merge_similar,
                "Merge the findings that differ only in numbers into one "
                "issue (\"device {1,3}\")");
@@ -357,6 +355,14 @@ bool parse_options(std::vector<std::string> const& args, Options& options,
     options.check_suppressions = true;
     if (!raw.check_path.empty()) options.suppressions = raw.check_path;
     return true;
+  }
+  if (options.history && options.baseline) {
+    throw UsageError(
+        "--history and --baseline cannot be given together: the history "
+        "folder's newest record is the baseline (see --help)");
+  }
+  if (raw.keep_option->count() != 0 && !options.history) {
+    throw UsageError("--history-keep needs --history DIR (see --help)");
   }
   take_inputs(raw, options);
   take_reports(raw, options);

@@ -571,6 +571,35 @@ TEST_F(HistoryRuns, AFolderThatCannotBeMadeStopsTheRunFirst) {
   EXPECT_FALSE(std::filesystem::exists(json));
 }
 
+TEST_F(HistoryRuns, OptionsThatCannotGoTogetherAreRefused) {
+  struct Case {
+    std::vector<std::string> args;
+    std::string line;
+  };
+  std::string const history = path("history");
+  Case const cases[] = {
+      {{"--history", history, "--baseline", path("last.json")},
+       "vesk-report: --history and --baseline cannot be given together: the "
+       "history folder's newest record is the baseline (see --help)"},
+      {{"--history-keep", "5"},
+       "vesk-report: --history-keep needs --history DIR (see --help)"},
+      {{"--history", history, "--history-keep", "0"},
+       "vesk-report: --history-keep: expected a number of runs from 1 to "
+       "10000, found \"0\" (see --help)"},
+      {{"--history", history, "--history-keep", "10001"},
+       "vesk-report: --history-keep: expected a number of runs from 1 to "
+       "10000, found \"10001\" (see --help)"},
+  };
+  for (Case const& c : cases) {
+    Result const result = run_at(0, c.args);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, c.line + "\n");
+  }
+  // Nothing was made.
+  EXPECT_FALSE(std::filesystem::exists(history));
+}
+
 TEST_F(HistoryRuns, ASecondRunWaitsForTheLockThenGivesUp) {
   std::string const history = path("history");
   std::filesystem::create_directories(history);
