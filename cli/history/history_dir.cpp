@@ -134,22 +134,20 @@ HistoryDir::HistoryDir(std::string dir, std::ostream& warnings,
     throw InputError("", "expected a folder, found a file");
   }
   std::string const lock_path = path_of(kHistoryLock);
-  lock_fd_ = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-  if (lock_fd_ < 0) {
+  lock_.fd = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (lock_.fd < 0) {
     throw InputError("", "expected a history folder this run can write to (" +
                              reason(errno) + ")");
   }
   // A run that holds the lock is waited for, a tenth of a second at a time.
   auto const deadline = std::chrono::steady_clock::now() + lock_wait;
-  while (::flock(lock_fd_, LOCK_EX | LOCK_NB) != 0) {
+  while (::flock(lock_.fd, LOCK_EX | LOCK_NB) != 0) {
     int const failed = errno;
     if (failed != EWOULDBLOCK && failed != EINTR) {
-      ::close(lock_fd_);
       throw InputError("", "expected to be able to lock the history folder (" +
                                reason(failed) + ")");
     }
     if (std::chrono::steady_clock::now() >= deadline) {
-      ::close(lock_fd_);
       throw InputError("", "expected the history folder's lock within " +
                                std::to_string(lock_wait.count() / 1000) +
                                " s, but another run still holds it (" +
@@ -193,8 +191,10 @@ HistoryDir::HistoryDir(std::string dir, std::ostream& warnings,
   }
 }
 
-HistoryDir::~HistoryDir() {
-  if (lock_fd_ >= 0) ::close(lock_fd_);  // closing lets the lock go
+HistoryDir::~HistoryDir() = default;
+
+HistoryDir::LockFile::~LockFile() {
+  if (fd >= 0) ::close(fd);
 }
 
 std::string HistoryDir::path_of(std::string_view name) const {

@@ -107,7 +107,15 @@ class HistoryDir {
   std::string dir_;
   std::ostream& warnings_;
   std::size_t warning_count_ = 0;
-  int lock_fd_ = -1;
+  // The lock file's descriptor; closing it lets the lock go, also when
+  // the constructor throws after taking it.
+  struct LockFile {
+    int fd = -1;
+    LockFile() = default;
+    LockFile(LockFile const&) = delete;
+    LockFile& operator=(LockFile const&) = delete;
+    ~LockFile();
+  } lock_;
   std::vector<HistoryRun> runs_;
 };
 
