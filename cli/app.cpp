@@ -411,38 +411,16 @@ struct RunRecords {
   }
 };
 
-// --history: the folder, opened before any input is read, and its newest
-// record, read on a thread of its own while the inputs load (a record of
-// a big cluster takes a tenth of a second). The folder's warnings are held
-// apart until the record is taken, since the inputs' go to the same place
-// meanwhile.
-struct OpenHistory {
-  std::ostringstream warnings;
-  std::optional<HistoryDir> dir;
-  // Declared last, so destroyed first: a read still running is waited for
-  // before the folder goes.
-  std::future<std::optional<Baseline>> newest;
-
-  // Opens `path` (nothing without one). Its errors are told under its name.
-  OpenHistory(std::optional<std::string> const& path, std::string& label) {
-    if (!path) return;
-    std::string const before = std::exchange(label, *path);
-    dir.emplace(*path, warnings);
-    label = before;
-    newest =
-        std::async(std::launch::async, [this] { return dir->newest_record(); });
-  }
-  OpenHistory(OpenHistory const&) = delete;
-  OpenHistory& operator=(OpenHistory const&) = delete;
-
-  // The newest record, waited for; the folder's warnings go to `out`.
-  std::optional<Baseline> take(std::ostream& out) {
-    if (!newest.valid()) return std::nullopt;
-    std::optional<Baseline> record = newest.get();
-    out << warnings.str();
-    return record;
-  }
-};
+// Opens the --history folder `path` into `history` (nothing without one),
+// its errors told under its name; `warnings` takes what it skips.
+void open_history(std::optional<std::string> const& path,
+                  std::optional<HistoryDir>& history, std::ostream& warnings,
+                  std::string& label) {
+  if (!path) return;
+  std::string const before = std::exchange(label, *path);
+  history.emplace(*path, warnings);
+  label = before;
+}
 
 // The run, stage by stage. Input errors are told under `label` (the input
 // being read); the inputs' warnings go to `warnings`, the library's lines
@@ -461,9 +439,17 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   // is read or any report written.
   std::optional<SuppressionFile> rules =
       read_suppressions(options.suppressions, label);
-  // So does a history folder that cannot be created or locked.
-  OpenHistory history(options.history, label);
-  EarlyBaseline early_baseline(options.baseline);
+  // So does a history folder that cannot be created or locked. Its
+  // warnings are held apart while its newest record is read beside the
+  // inputs, whose warnings go to `warnings` meanwhile.
+  std::ostringstream history_warnings;
+  std::optional<HistoryDir> history;
+  open_history(options.history, history, history_warnings, label);
+  // The earlier run: the --baseline report, or the folder's newest record.
+  EarlyBaseline early_baseline =
+      history ? EarlyBaseline(history->dir(),
+                              [&history] { return history->newest_record(); })
+              : EarlyBaseline(options.baseline);
   RunRecords records;
   std::optional<ReportWriting> writing;
   InputsRead inputs = early_baseline.first(
@@ -474,7 +460,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
       },
       label);
   std::optional<Baseline> baseline = early_baseline.take(label);
-  std::optional<Baseline> newest_record = history.take(warnings);
+  warnings << history_warnings.str();
   if (options.log_level) inputs.settings.log_level = options.log_level;
   if (options.syslog) {
     ::openlog("vesk-report", LOG_PID, LOG_USER);
@@ -488,7 +474,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   bool unmapped = prepare_output_data(
       uf, *records.config, {inputs.settings.log_level, writing->report_table()},
       lines, *records.data);
-  if (writing->needs_model() || baseline || history.dir ||
+  if (writing->needs_model() || baseline || history ||
       options.layout.blast_radius) {
     RunInfo run;
     run.generator = std::string("vesk-report ") + VESK_VERSION;
@@ -500,20 +486,21 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
   }
   records.model->suppressions = std::move(adjusted.suppressions);
   records.model->merged = std::move(adjusted.merged);
-  compare_with_history(*records.model, std::move(baseline));
   // The history's record and index are staged before any report is written
   // and put in place once all are.
   HistoryUpdate history_update;
-  if (history.dir) {
-    compare_with_history_dir(*records.model, *history.dir,
-                             std::move(newest_record), options.history_keep);
-    history_update.stage(*history.dir, *records.model);
+  if (history) {
+    compare_with_history_dir(*records.model, *history, std::move(baseline),
+                             options.history_keep);
+    history_update.stage(*history, *records.model);
+  } else {
+    compare_with_history(*records.model, std::move(baseline));
   }
   records.model->blast_radius = options.layout.blast_radius;
   unmapped = writing->write(uf, *records.data, *records.model, options.layout,
                             lines, out) ||
              unmapped;
-  if (history.dir) history_update.commit();
+  if (history) history_update.commit();
   if (unmapped) return Outcome::kUnmapped;
   return records.data->overall_pass ? Outcome::kPassed : Outcome::kFailed;
 }

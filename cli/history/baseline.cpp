@@ -512,13 +512,20 @@ EarlyBaseline::EarlyBaseline(std::optional<std::string> const& path) {
   if (!path) return;
   label_ = *path == "-" ? "(standard input)" : *path;
   pending_ = std::async(std::launch::async,
-                        [path = *path] { return read_baseline(path); });
+                        [path = *path]() -> std::optional<Baseline> {
+                          return read_baseline(path);
+                        });
 }
+
+EarlyBaseline::EarlyBaseline(std::string label,
+                             std::function<std::optional<Baseline>()> read)
+    : label_(std::move(label)),
+      pending_(std::async(std::launch::async, std::move(read))) {}
 
 std::optional<Baseline> EarlyBaseline::take(std::string& label) {
   if (!pending_.valid()) return std::nullopt;
   std::string const current = std::exchange(label, label_);
-  Baseline taken = pending_.get();
+  std::optional<Baseline> taken = pending_.get();
   label = current;
   return taken;
 }

@@ -41,6 +41,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <future>
 #include <optional>
 #include <string>
@@ -133,10 +134,10 @@ Baseline read_baseline(std::string const& path);
 // EarlyBaseline
 //
 // The baseline read on a thread of its own while the inputs load: a 95 MB
-// report of a big cluster takes as long to read as the document. A
-// baseline that cannot be used still ends the run as if it had been read
-// first: its error is the one told, under its own name, before anything
-// is written.
+// report of a big cluster takes as long to read as the document, a history
+// folder's newest record a tenth of a second. A baseline that cannot be
+// used still ends the run as if it had been read first: its error is the
+// one told, under its own name, before anything is written.
 //
 //   EarlyBaseline early(options.baseline);   // starts reading
 //   auto inputs = early.first([&] { return read_inputs(...); }, label);
@@ -145,6 +146,10 @@ class EarlyBaseline {
  public:
   // Starts reading `path` ("-": standard input); nothing without one.
   explicit EarlyBaseline(std::optional<std::string> const& path);
+  // Starts `read` (a history folder's newest record, say), told under
+  // `label`.
+  EarlyBaseline(std::string label,
+                std::function<std::optional<Baseline>()> read);
   EarlyBaseline(EarlyBaseline const&) = delete;
   EarlyBaseline& operator=(EarlyBaseline const&) = delete;
 
@@ -172,7 +177,7 @@ class EarlyBaseline {
 
  private:
   std::string label_;
-  std::future<Baseline> pending_;
+  std::future<std::optional<Baseline>> pending_;
 };
 
 // read_baseline_text()

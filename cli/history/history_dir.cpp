@@ -14,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <set>
+#include <sstream>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -110,15 +111,28 @@ HistoryRun parse_index_line(std::string_view text) {
   return run;
 }
 
+void write_history_run(JsonEmitter& json, HistoryRun const& run) {
+  json.begin_object();
+  json.member("record", run.record);
+  json.member("generated_at", run.generated_at);
+  json.member("result", run.passed ? "PASS" : "FAIL");
+  json.key("issues");
+  json.begin_object();
+  json.member("critical", run.critical);
+  json.member("warning", run.warning);
+  json.member("informational", run.informational);
+  json.end_object();
+  json.member("nodes_with_issues", run.nodes_with_issues);
+  json.member("nodes_tested", run.nodes_tested);
+  json.end_object();
+}
+
 std::string index_line(HistoryRun const& run) {
-  return "{\"record\":" + json_string(run.record) +
-         ",\"generated_at\":" + json_string(run.generated_at) +
-         ",\"result\":" + (run.passed ? "\"PASS\"" : "\"FAIL\"") +
-         ",\"issues\":{\"critical\":" + std::to_string(run.critical) +
-         ",\"warning\":" + std::to_string(run.warning) +
-         ",\"informational\":" + std::to_string(run.informational) +
-         "},\"nodes_with_issues\":" + std::to_string(run.nodes_with_issues) +
-         ",\"nodes_tested\":" + std::to_string(run.nodes_tested) + "}";
+  std::ostringstream line;
+  JsonEmitter json(line, "cannot write the history index");
+  write_history_run(json, run);
+  json.finish();
+  return line.str();
 }
 
 HistoryDir::HistoryDir(std::string dir, std::ostream& warnings,

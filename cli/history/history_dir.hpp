@@ -38,6 +38,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/escape/json.hpp"
 #include "cli/history/baseline.hpp"
 #include "cli/model/report_history.hpp"
 
@@ -62,6 +63,12 @@ bool is_record_name(std::string_view name);
 // The run one line of the index describes. Throws InputError (place: the
 // key) when the line is not one.
 HistoryRun parse_index_line(std::string_view line);
+
+// write_history_run()
+//
+// `run` as one JSON object: the index's line, and the JSON report's
+// history.runs[] entry.
+void write_history_run(JsonEmitter& json, HistoryRun const& run);
 
 // index_line()
 //

@@ -5,6 +5,7 @@
 #include "cli/output/json_writer.hpp"
 
 #include "cli/escape/json.hpp"
+#include "cli/history/history_dir.hpp"
 #include "cli/model/blast_radius.hpp"
 #include "cli/model/report_changes.hpp"
 #include "cli/model/report_history.hpp"
@@ -262,21 +263,7 @@ void write_history(JsonEmitter& json, ReportHistory const& history) {
   json.member("keep", history.keep);
   json.key("runs");
   json.begin_array();
-  for (HistoryRun const& run : history.runs) {
-    json.begin_object();
-    json.member("record", run.record);
-    json.member("generated_at", run.generated_at);
-    json.member("result", run.passed ? "PASS" : "FAIL");
-    json.key("issues");
-    json.begin_object();
-    json.member("critical", run.critical);
-    json.member("warning", run.warning);
-    json.member("informational", run.informational);
-    json.end_object();
-    json.member("nodes_with_issues", run.nodes_with_issues);
-    json.member("nodes_tested", run.nodes_tested);
-    json.end_object();
-  }
+  for (HistoryRun const& run : history.runs) write_history_run(json, run);
   json.end_array();
   json.end_object();
 }

@@ -112,6 +112,50 @@ void write_axes(Page& page, std::vector<HistoryRun> const& runs,
       .raw("</text>\n");
 }
 
+// One series: its line, and a circle per run that names the run and the
+// value. `xs` are the runs' x, `y_of` a value's y.
+template <class YOf>
+void write_series(Page& page, std::vector<HistoryRun> const& runs,
+                  std::vector<std::string> const& xs, Series const& series,
+                  YOf const& y_of) {
+  std::vector<std::string> ys;
+  ys.reserve(runs.size());
+  std::string points;
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    ys.push_back(coordinate(y_of(runs[i].*series.value)));
+    if (i > 0) points += ' ';
+    points += xs[i] + "," + ys[i];
+  }
+  page.raw("<polyline class=\"line\" data-series=\"")
+      .raw(series.name)
+      .raw("\" points=\"")
+      .raw(points)
+      .raw("\" fill=\"none\" stroke=\"")
+      .raw(series.colour)
+      .raw("\" stroke-width=\"2\"/>\n");
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    page.raw("<circle class=\"point\" data-series=\"")
+        .raw(series.name)
+        .raw("\" data-run=\"")
+        .text(runs[i].record)
+        .raw("\" data-value=\"")
+        .number(runs[i].*series.value)
+        .raw("\" cx=\"")
+        .raw(xs[i])
+        .raw("\" cy=\"")
+        .raw(ys[i])
+        .raw("\" r=\"2.5\" fill=\"")
+        .raw(series.colour)
+        .raw("\"><title>")
+        .text(runs[i].generated_at)
+        .raw(": ")
+        .number(runs[i].*series.value)
+        .raw(" ")
+        .raw(series.label)
+        .raw("</title></circle>\n");
+  }
+}
+
 void write_chart(Page& page, std::vector<HistoryRun> const& runs) {
   std::int64_t top = 1;
   for (HistoryRun const& run : runs) {
@@ -138,41 +182,15 @@ void write_chart(Page& page, std::vector<HistoryRun> const& runs) {
           "\" role=\"img\" aria-label=\"Issues by band and nodes with issues "
           "over the kept runs\">\n");
   write_axes(page, runs, top, bottom);
+  // A run's x is the same in every series; a point's y is written twice,
+  // in the line and in its circle.
+  std::vector<std::string> xs;
+  xs.reserve(runs.size());
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    xs.push_back(coordinate(x_of(i, runs.size(), kLeft, width)));
+  }
   for (Series const& series : kSeries) {
-    std::string points;
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-      if (i > 0) points += ' ';
-      points += coordinate(x_of(i, runs.size(), kLeft, width)) + "," +
-                coordinate(y_of(runs[i].*series.value));
-    }
-    page.raw("<polyline class=\"line\" data-series=\"")
-        .raw(series.name)
-        .raw("\" points=\"")
-        .raw(points)
-        .raw("\" fill=\"none\" stroke=\"")
-        .raw(series.colour)
-        .raw("\" stroke-width=\"2\"/>\n");
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-      page.raw("<circle class=\"point\" data-series=\"")
-          .raw(series.name)
-          .raw("\" data-run=\"")
-          .text(runs[i].record)
-          .raw("\" data-value=\"")
-          .number(runs[i].*series.value)
-          .raw("\" cx=\"")
-          .raw(coordinate(x_of(i, runs.size(), kLeft, width)))
-          .raw("\" cy=\"")
-          .raw(coordinate(y_of(runs[i].*series.value)))
-          .raw("\" r=\"2.5\" fill=\"")
-          .raw(series.colour)
-          .raw("\"><title>")
-          .text(runs[i].generated_at)
-          .raw(": ")
-          .number(runs[i].*series.value)
-          .raw(" ")
-          .raw(series.label)
-          .raw("</title></circle>\n");
-    }
+    write_series(page, runs, xs, series, y_of);
   }
   page.raw("</svg>\n<p class=\"legend\">");
   for (Series const& series : kSeries) {

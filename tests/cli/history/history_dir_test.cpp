@@ -22,6 +22,7 @@
 #include <iterator>
 #include <map>
 #include <regex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,6 +31,7 @@
 #include "cli/history/history_dir.hpp"
 #include "cli/input/input_error.hpp"
 #include "support/promtool.hpp"
+#include "support/report_folder.hpp"
 #include "support/report_schema.hpp"
 
 #include <simdjson.h>
@@ -197,19 +199,8 @@ std::vector<Aged> const kAges[] = {
 
 class HistoryRuns : public ::testing::Test {
  protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("vesk-history-" + std::to_string(::getpid()));
-    std::filesystem::remove_all(dir_);
-    std::filesystem::create_directories(dir_);
-  }
-  void TearDown() override {
-    ::unsetenv("SOURCE_DATE_EPOCH");
-    std::filesystem::remove_all(dir_);
-  }
-  std::string path(std::string const& name) const {
-    return (dir_ / name).string();
-  }
+  void TearDown() override { ::unsetenv("SOURCE_DATE_EPOCH"); }
+  std::string path(std::string const& name) const { return folder_ / name; }
   struct Result {
     int status;
     std::string out;
@@ -227,7 +218,7 @@ class HistoryRuns : public ::testing::Test {
     return {status, out.str(), err.str()};
   }
 
-  std::filesystem::path dir_;
+  testing::TempFolder folder_{"history-runs"};
 };
 
 std::vector<std::string> matches(std::string const& text,
@@ -266,15 +257,13 @@ TEST_F(HistoryRuns, SixDaysSayWhatChangedHowOldAndDrawTheTrend) {
     }
 
     // The folder keeps the last four runs, the index one line each.
-    std::vector<std::string> records;
+    std::set<std::string> records;
     for (auto const& entry : std::filesystem::directory_iterator(history)) {
-      records.push_back(entry.path().filename().string());
+      records.insert(entry.path().filename().string());
     }
-    std::sort(records.begin(), records.end());
-    std::vector<std::string> expected = {".lock", "index.jsonl"};
+    std::set<std::string> expected = {".lock", "index.jsonl"};
     int const oldest = std::max(0, k - 3);
-    for (int j = oldest; j <= k; ++j) expected.push_back(record_of(j));
-    std::sort(expected.begin(), expected.end());
+    for (int j = oldest; j <= k; ++j) expected.insert(record_of(j));
     EXPECT_EQ(records, expected);
     std::string index;
     for (int j = oldest; j <= k; ++j) {
