@@ -422,6 +422,20 @@ void open_history(std::optional<std::string> const& path,
   label = before;
 }
 
+// What the writers are told of the run: the program, the inputs read
+// and what the slurm imports said of the nodes.
+RunInfo run_info(InputsRead& inputs) {
+  RunInfo run;
+  run.generator = std::string("vesk-report ") + VESK_VERSION;
+  for (auto& source : inputs.sources) {
+    run.inputs.push_back({std::move(source.format), std::move(source.path),
+                          std::move(source.layout.layout),
+                          std::move(source.layout.version)});
+  }
+  run.scheduler = std::move(inputs.scheduler);
+  return run;
+}
+
 // The run, stage by stage. Input errors are told under `label` (the input
 // being read); the inputs' warnings go to `warnings`, the library's lines
 // about results it cannot map are held by `lines`.
@@ -476,13 +490,7 @@ Outcome run_report(std::vector<std::string> const& args, std::ostream& out,
       lines, *records.data);
   if (writing->needs_model() || baseline || history ||
       options.layout.blast_radius) {
-    RunInfo run;
-    run.generator = std::string("vesk-report ") + VESK_VERSION;
-    for (auto& source : inputs.sources) {
-      run.inputs.push_back({std::move(source.format), std::move(source.path)});
-    }
-    run.scheduler = std::move(inputs.scheduler);
-    build_model(uf, *records.data, std::move(run), lines, *records.model);
+    build_model(uf, *records.data, run_info(inputs), lines, *records.model);
   }
   records.model->suppressions = std::move(adjusted.suppressions);
   records.model->merged = std::move(adjusted.merged);

@@ -87,7 +87,8 @@ class AlertmanagerImporter {
  public:
   AlertmanagerImporter() : builder_("alertmanager", "Alerts") {}
 
-  Config run(InputBytes& bytes, std::string const& label, std::ostream& warn) {
+  Config run(InputBytes& bytes, std::string const& label, std::ostream& warn,
+             ImportLayout* layout) {
     blank_byte_order_mark(bytes.data(), bytes.size());
     JsonReader json(bytes.text(), label, warn, bytes.releasable());
     ondemand::array root =
@@ -118,6 +119,12 @@ class AlertmanagerImporter {
     }
     json.finish();
     make_results();
+    if (layout != nullptr) {
+      // amtool alert query -o json prints the alerts as the API gives them.
+      *layout = {groups_ ? "/api/v2/alerts/groups"
+                         : "/api/v2/alerts or amtool alert query -o json",
+                 ""};
+    }
     return builder_.finish();
   }
 
@@ -145,7 +152,11 @@ class AlertmanagerImporter {
             read_member(json, key, member, alert);
           }
         });
-    if (!group) keep(std::move(alert));
+    if (group) {
+      groups_ = true;
+    } else {
+      keep(std::move(alert));
+    }
   }
 
   void read_alert(JsonReader& json, ondemand::value& value,
@@ -185,6 +196,12 @@ class AlertmanagerImporter {
                            [&](std::string const& name, ondemand::value& v) {
                              if (name == "state") {
                                alert.state = json.get_string(v);
+                               if (alert.state != "active" &&
+                                   alert.state != "suppressed" &&
+                                   alert.state != "unprocessed") {
+                                 json.warn("unknown alert state \"" +
+                                           alert.state + "\" taken as active");
+                               }
                              } else if (name == "inhibitedBy") {
                                alert.inhibited_by = json.get_strings(v);
                              } else if (name == "silencedBy") {
@@ -263,13 +280,14 @@ class AlertmanagerImporter {
   std::vector<Alert> alerts_;
   std::set<std::string> fingerprints_;
   std::int32_t count_ = 0;
+  bool groups_ = false;
 };
 
 }  // namespace
 
 Config import_alertmanager(InputBytes& bytes, std::string const& label,
-                           std::ostream& warn) {
-  return AlertmanagerImporter().run(bytes, label, warn);
+                           std::ostream& warn, ImportLayout* layout) {
+  return AlertmanagerImporter().run(bytes, label, warn, layout);
 }
 
 }  // namespace cli

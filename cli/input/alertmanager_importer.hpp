@@ -42,6 +42,7 @@
 #include <string>
 
 #include "cli/input/byte_source.hpp"
+#include "cli/input/import_builder.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
@@ -50,9 +51,12 @@ namespace cli {
 // import_alertmanager()
 //
 // The Config of one alert list. Throws InputError for input that is not a
-// JSON array of alerts or of alert groups.
+// JSON array of alerts or of alert groups. An alert state other than
+// "active", "suppressed" and "unprocessed" is warned about. `layout`, when
+// given, is set to "/api/v2/alerts/groups" or "/api/v2/alerts or amtool
+// alert query -o json" (amtool prints the API's list as it is).
 Config import_alertmanager(InputBytes& bytes, std::string const& label,
-                           std::ostream& warn);
+                           std::ostream& warn, ImportLayout* layout = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

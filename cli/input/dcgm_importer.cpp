@@ -46,7 +46,8 @@ class DcgmImporter {
  public:
   DcgmImporter() : builder_("dcgm", "GPU diagnostics") {}
 
-  Config run(std::string const& path, std::string& label, std::ostream& warn) {
+  Config run(std::string const& path, std::string& label, std::ostream& warn,
+             ImportLayout* layout) {
     if (path == "-") {
       throw InputError("",
                        "expected a file or a folder of files named after "
@@ -72,6 +73,7 @@ class DcgmImporter {
     } else {
       read_file(path, label, warn);
     }
+    if (layout != nullptr) *layout = {join(layouts_), join(versions_)};
     return builder_.finish();
   }
 
@@ -96,7 +98,12 @@ class DcgmImporter {
         root, [&](std::string const& key, ondemand::value& value) {
           if (key == "DCGM GPU Diagnostic" || key == "DCGM Diagnostic") {
             known = true;
+            note(layouts_, key == "DCGM Diagnostic" ? "dcgmi diag -j 4.x"
+                                                    : "dcgmi diag -j 3.x");
             read_diagnostic(json, value);
+          } else if (key == "metadata") {
+            // 4.x: {"Driver Version Detected": ..., "version": "4.2.3"}
+            read_version(json, value);
           } else {
             json.check_value(value);
           }
@@ -109,10 +116,43 @@ class DcgmImporter {
     json.finish();
   }
 
+  // The layouts and versions met, each once, in the order met.
+  static void note(std::vector<std::string>& list, std::string text) {
+    if (text.empty()) return;
+    if (std::find(list.begin(), list.end(), text) == list.end()) {
+      list.push_back(std::move(text));
+    }
+  }
+
+  static std::string join(std::vector<std::string> const& list) {
+    std::string text;
+    for (auto const& item : list) {
+      if (!text.empty()) text += ", ";
+      text += item;
+    }
+    return text;
+  }
+
+  void read_version(JsonReader& json, ondemand::value& value) {
+    json.for_each_member(value, "a metadata object",
+                         [&](std::string const& key, ondemand::value& member) {
+                           if (key == "version" || key == "DCGM Version") {
+                             note(versions_, json.get_string_or_empty(member));
+                           } else {
+                             json.check_value(member);
+                           }
+                         });
+  }
+
   void read_diagnostic(JsonReader& json, ondemand::value& value) {
     json.for_each_member(
         value, "a diagnostic object",
         [&](std::string const& key, ondemand::value& member) {
+          if (key == "version") {
+            // 3.x names its version here.
+            note(versions_, json.get_string_or_empty(member));
+            return;
+          }
           if (key != "test_categories") {
             json.check_value(member);
             return;
@@ -161,12 +201,14 @@ class DcgmImporter {
                            }
                          });
     for (auto const& result : results) {
+      std::string status = result.status;
+      for (char& c : status) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+      }
       std::int32_t severity = 0;
-      if (result.status == "Fail" || result.status == "FAIL" ||
-          result.status == "fail") {
+      if (status == "fail") {
         severity = 80;
-      } else if (result.status == "Warn" || result.status == "WARN" ||
-                 result.status == "warn" || result.status == "Warning") {
+      } else if (status == "warn" || status == "warning") {
         severity = 50;
       } else {
         continue;
@@ -191,15 +233,15 @@ class DcgmImporter {
     }
     if (type == ondemand::json_type::string) return json.get_string(value);
     std::string text;
-    json.for_each_member(
-        value, "a warning text or object",
-        [&](std::string const& key, ondemand::value& member) {
-          if (key == "warning" || key == "msg" || key == "message") {
-            text = json.get_string(member);
-          } else {
-            json.check_value(member);
-          }
-        });
+    json.for_each_member(value, "a warning text or object",
+                         [&](std::string const& key, ondemand::value& member) {
+                           if (key == "warning" || key == "error" ||
+                               key == "msg" || key == "message") {
+                             text = json.get_string(member);
+                           } else {
+                             json.check_value(member);
+                           }
+                         });
     return text;
   }
 
@@ -238,19 +280,32 @@ class DcgmImporter {
           }
         });
     result.gpus = group + " " + result.gpus;
+    static constexpr std::string_view kStatuses[] = {
+        "pass", "fail", "warn", "warning", "skip", "not run", "notrun"};
+    std::string status = result.status;
+    for (char& c : status) {
+      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    if (std::find(std::begin(kStatuses), std::end(kStatuses), status) ==
+        std::end(kStatuses)) {
+      // Not a status the diagnostic prints: no finding, and said so.
+      json.warn("unknown test status \"" + result.status + "\" ignored");
+    }
     return result;
   }
 
   ImportBuilder builder_;
   std::string host_;
   std::int32_t row_ = 0;
+  std::vector<std::string> layouts_;
+  std::vector<std::string> versions_;
 };
 
 }  // namespace
 
 Config import_dcgm(std::string const& path, std::string& label,
-                   std::ostream& warn) {
-  return DcgmImporter().run(path, label, warn);
+                   std::ostream& warn, ImportLayout* layout) {
+  return DcgmImporter().run(path, label, warn, layout);
 }
 
 }  // namespace cli

@@ -33,6 +33,7 @@
 #include <ostream>
 #include <string>
 
+#include "cli/input/import_builder.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
@@ -44,8 +45,11 @@ namespace cli {
 // being read. Throws InputError for standard input (which has no name to
 // take the host from), for a file of neither layout, and when the folder
 // cannot be read.
+// A result status it does not know is a warning, not a finding. `layout`,
+// when given, is set to the layouts and versions met ("dcgmi diag -j 4.x",
+// "4.2.3"; several of a folder joined by ", ").
 Config import_dcgm(std::string const& path, std::string& label,
-                   std::ostream& warn);
+                   std::ostream& warn, ImportLayout* layout = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

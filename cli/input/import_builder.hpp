@@ -52,6 +52,17 @@ namespace cli {
 // An empty form gives "<prefix>-message".
 std::string stable_id(std::string_view prefix, std::string_view message);
 
+// ImportLayout
+//
+// Which of its tool's layouts an importer found its input in ("sinfo
+// --json", "health table", ...) and the version the input names ("v0.0.40",
+// "4.2.3"), "" when it names none. The JSON report lists both under
+// "inputs".
+struct ImportLayout {
+  std::string layout;
+  std::string version;
+};
+
 // ImportBuilder
 //
 // One imported input's Config, built up as the input is read.

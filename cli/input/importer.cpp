@@ -5,6 +5,7 @@
 #include "cli/input/importer.hpp"
 
 #include <algorithm>
+#include <filesystem>
 
 #include <stdexcept>
 
@@ -69,14 +70,23 @@ ImportRequest parse_import_request(std::string const& text) {
 }
 
 Config import_input(ImportRequest const& request, std::string& label,
-                    std::ostream& warn, SchedulerStates* states) {
+                    std::ostream& warn, SchedulerStates* states,
+                    ImportLayout* layout) {
   label = request.path == "-" ? "(standard input)" : request.path;
-  if (request.format == "dcgm") return import_dcgm(request.path, label, warn);
+  if (request.format == "dcgm") {
+    return import_dcgm(request.path, label, warn, layout);
+  }
   if (request.format == "nhc") {
     // Lines of text: a pipe of them may be long and begins with anything.
     InputBytes bytes =
         read_input(request.path, 1, kMaxInputSize, InputKind::kText);
-    return import_nhc(bytes.text());
+    // A log without hosts is the log of the node its file is named after.
+    std::string log_host;
+    if (request.path != "-") {
+      log_host = std::filesystem::path(request.path).filename().string();
+      log_host.resize(std::min(log_host.find('.'), log_host.size()));
+    }
+    return import_nhc(bytes.text(), label, &warn, log_host, layout);
   }
   if (is_consensus(request.format)) {
     InputBytes bytes =
@@ -86,9 +96,9 @@ Config import_input(ImportRequest const& request, std::string& label,
   }
   InputBytes bytes = read_input(request.path, simdjson::SIMDJSON_PADDING);
   if (request.format == "slurm") {
-    return import_slurm(bytes, label, warn, states);
+    return import_slurm(bytes, label, warn, states, layout);
   }
-  return import_alertmanager(bytes, label, warn);
+  return import_alertmanager(bytes, label, warn, layout);
 }
 
 }  // namespace cli

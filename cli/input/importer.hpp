@@ -20,6 +20,7 @@
 #include <ostream>
 #include <string>
 
+#include "cli/input/import_builder.hpp"
 #include "cli/input/scheduler_states.hpp"
 #include "vesk/common/config.hpp"
 
@@ -53,9 +54,11 @@ ImportRequest parse_import_request(std::string const& text);
 // path, "(standard input)", or a file of a dcgm folder), so that an
 // InputError thrown from here can be told against it.
 // Warnings go to `warn`; a slurm import adds its nodes' states to
-// `states` when given.
+// `states` when given, and `layout`, when given, is set to the layout and
+// version the importer found.
 Config import_input(ImportRequest const& request, std::string& label,
-                    std::ostream& warn, SchedulerStates* states = nullptr);
+                    std::ostream& warn, SchedulerStates* states = nullptr,
+                    ImportLayout* layout = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

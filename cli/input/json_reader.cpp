@@ -382,6 +382,12 @@ std::int32_t JsonReader::get_int32(ondemand::value& value) {
   return static_cast<std::int32_t>(number);
 }
 
+std::string JsonReader::get_string_or_empty(ondemand::value& value) {
+  bool null = false;
+  if (error_code e = value.is_null().get(null)) fail_json(e, "a string");
+  return null ? std::string() : get_string(value);
+}
+
 std::vector<std::string> JsonReader::get_strings(ondemand::value& value) {
   std::vector<std::string> list;
   for_each_element(value, "an array of strings", [&](ondemand::value& item) {

@@ -164,6 +164,12 @@ class JsonReader {
   // input (as much again as the file, on a big one).
   std::string get_string(simdjson::ondemand::value& value);
 
+  // get_string_or_empty()
+  //
+  // As get_string(), with null read as "": the fields tools write as null
+  // when they have nothing to say.
+  std::string get_string_or_empty(simdjson::ondemand::value& value);
+
   bool get_bool(simdjson::ondemand::value& value);
 
   // An integer from -2147483648 to 2147483647.

@@ -5,7 +5,9 @@
 #include "cli/input/nhc_importer.hpp"
 
 #include <cstdint>
+#include <ostream>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -26,7 +28,7 @@ bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
 // What one text says.
 struct Reading {
-  enum Kind { kFinding, kStatus, kUnreadable } kind = kUnreadable;
+  enum Kind { kFinding, kStatus, kUnknown } kind = kUnknown;
   std::string id;
   std::string message;
   std::int32_t severity = 0;
@@ -61,13 +63,6 @@ Reading read_text(std::string_view text) {
       return reading;
     }
   }
-  if (prefixed && !text.empty()) {
-    reading.kind = Reading::kFinding;
-    reading.id = stable_id("nhc", text);
-    reading.message = std::string(text);
-    reading.severity = kFailedCheck;
-    return reading;
-  }
   std::string_view bare = text;
   if (!bare.empty() && bare.back() == '.') bare.remove_suffix(1);
   if (bare.size() == 19 && starts_with_nocase(bare, "No results reported")) {
@@ -77,19 +72,45 @@ Reading read_text(std::string_view text) {
     reading.severity = kNoResults;
     return reading;
   }
-  if (starts_with_nocase(text, "Node Health Check")) {
+  if (prefixed && !text.empty()) {
+    reading.kind = Reading::kFinding;
+    reading.id = stable_id("nhc", text);
+    reading.message = std::string(text);
+    reading.severity = kFailedCheck;
+    return reading;
+  }
+  // A passed node in a distributed run's table ("node042 | Healthy"), and
+  // what the health check writes to its log on its way: "Node Health Check
+  // starting.", "Running check:  \"check_fs_mount_rw /\"", "Node Health
+  // Check completed successfully (1s)."
+  if ((bare.size() == 7 && starts_with_nocase(bare, "Healthy")) ||
+      starts_with_nocase(text, "Node Health Check") ||
+      starts_with_nocase(text, "Running check:")) {
     reading.kind = Reading::kStatus;
   }
   return reading;
 }
 
+// The layouts an input may mix, in the order "inputs" names them.
+enum Layout : unsigned {
+  kHostLines = 1,    // HOST: TEXT
+  kHealthTable = 2,  // HOST | TEXT
+  kBlocks = 4,       // gathered blocks
+  kLog = 8,          // one node's own log, named by its file
+};
+
 class NhcImporter {
  public:
-  NhcImporter() : builder_("nhc", "Node health checks") {}
+  NhcImporter(std::string const& label, std::ostream* warn,
+              std::string log_host)
+      : builder_("nhc", "Node health checks"),
+        warnings_(label, warn),
+        log_host_(std::move(log_host)) {}
 
-  Config run(std::string_view text) {
+  Config run(std::string_view text, ImportLayout* layout) {
     check_text(text);
     std::vector<std::string_view> const lines = split_lines(text);
+    bool first = true;
     for (std::size_t i = 0; i < lines.size(); ++i) {
       std::string_view const line = lines[i];
       auto const row = static_cast<std::int32_t>(i + 1);
@@ -97,15 +118,28 @@ class NhcImporter {
       if (i + 2 < lines.size() && is_dash_line(line) &&
           is_dash_line(lines[i + 2]) && !trim_line(lines[i + 1]).empty()) {
         start_block(lines[i + 1], i + 2);
+        layouts_ |= kBlocks;
+        first = false;
         i += 2;
         continue;
       }
       if (in_block_) {
-        add(trim_line(line), line, block_nodes_, row);
+        add(trim_line(line), block_nodes_, row);
+        continue;
+      }
+      if (first) {
+        first = false;
+        start_log(trim_line(line));
+      }
+      if (in_log_) {
+        add(trim_line(line), log_nodes_, row);
         continue;
       }
       read_line(line, row);
     }
+    report_silent_nodes();
+    warnings_.finish();
+    if (layout != nullptr) *layout = {layout_name(), ""};
     return builder_.finish();
   }
 
@@ -125,11 +159,42 @@ class NhcImporter {
     }
   }
 
+  std::string layout_name() const {
+    static constexpr std::pair<unsigned, char const*> kNames[] = {
+        {kHostLines, "host lines"},
+        {kHealthTable, "health table"},
+        {kBlocks, "gathered blocks"},
+        {kLog, "log"}};
+    std::string name;
+    for (auto const& [bit, text] : kNames) {
+      if ((layouts_ & bit) == 0) continue;
+      if (!name.empty()) name += ", ";
+      name += text;
+    }
+    return name;
+  }
+
+  // A file that starts with what the health check writes itself, without
+  // a host in front, is one node's log: its lines are the node's that the
+  // file is named after (node017.log), as a gathering tool would have
+  // written them.
+  void start_log(std::string_view line) {
+    // A line with a host in front ("node01: ...") never reads as a
+    // result of its own.
+    if (log_host_.empty() || read_text(line).kind == Reading::kUnknown) return;
+    builder_.add_node(log_host_, "1:1");
+    note_node(log_host_);
+    log_nodes_ = {log_host_};
+    in_log_ = true;
+    layouts_ |= kLog;
+  }
+
   // The node set of a block header, with clush's " (N)" count removed.
   void start_block(std::string_view header, std::size_t line_index) {
     std::string_view const set = gathered_node_set(header);
     std::string const place = std::to_string(line_index) + ":1";
     block_nodes_ = builder_.add_host_list(set, place);
+    for (auto const& node : block_nodes_) note_node(node);
     in_block_ = true;
   }
 
@@ -138,7 +203,6 @@ class NhcImporter {
     // The gathering tool's own complaint about a node ("pdsh@mgmt: node09:
     // ssh exited with exit code 255", "clush: node09: exited with exit code
     // 1"): the node printed nothing that can be read.
-    bool tool_line = false;
     if (starts_with_nocase(text, "pdsh@") ||
         starts_with_nocase(text, "clush: ")) {
       std::size_t const colon = text.find(": ");
@@ -148,13 +212,13 @@ class NhcImporter {
       if (end > 0 && end < rest.size() && rest[end] == ':') {
         std::string const host(rest.substr(0, end));
         builder_.add_node(host, std::to_string(row) + ":1");
-        add_unreadable(text, {host}, row);
+        Seen& seen = note_node(host);
+        seen.result = true;
+        builder_.add_finding(ImportBuilder::kObservation, "nhc-unreadable",
+                             std::string(text), kUnreadable, {host}, row);
         return;
       }
-      tool_line = true;
-    }
-    if (tool_line) {
-      add_unreadable(text, {}, row);
+      unknown(text, row);
       return;
     }
     std::size_t end = 0;
@@ -164,66 +228,101 @@ class NhcImporter {
     if (end > 0 && !rest.empty() && rest.front() == ':') {
       rest.remove_prefix(1);
       has_host = true;
+      layouts_ |= kHostLines;
     } else if (end > 0) {
       std::string_view const after = trim_line(rest);
       if (!after.empty() && after.front() == '|' &&
           rest.size() > after.size()) {
         rest = after.substr(1);
         has_host = true;
+        layouts_ |= kHealthTable;
       }
     }
     if (!has_host) {
-      add_unreadable(text, {}, row);
+      unknown(text, row);
       return;
     }
     std::string const host(text.substr(0, end));
     builder_.add_node(host, std::to_string(row) + ":1");
+    note_node(host);
     rest = trim_line(rest);
-    if (rest.empty()) return;
-    add(rest, text, {host}, row);
+    if (rest.empty()) {
+      note_node(host).result = true;
+      return;
+    }
+    add(rest, {host}, row);
   }
 
-  void add(std::string_view text, std::string_view line,
-           std::vector<std::string> const& nodes, std::int32_t row) {
+  void add(std::string_view text, std::vector<std::string> const& nodes,
+           std::int32_t row) {
     Reading reading = read_text(text);
-    switch (reading.kind) {
-      case Reading::kFinding:
-        // One result per node: a result on several nodes would say that
-        // they fail together (a link between them), which a block of
-        // nodes that printed the same line does not.
-        for (auto const& node : nodes) {
-          builder_.add_finding(ImportBuilder::kObservation, reading.id,
-                               reading.message, reading.severity, {node}, row);
-        }
-        return;
-      case Reading::kStatus:
-        return;
-      case Reading::kUnreadable:
-        add_unreadable(trim_line(line), nodes, row);
-        return;
+    if (reading.kind == Reading::kUnknown) {
+      unknown(text, row);
+      for (auto const& node : nodes) {
+        Seen& seen = note_node(node);
+        if (seen.unknown_row == 0) seen.unknown_row = row;
+      }
+      return;
+    }
+    for (auto const& node : nodes) note_node(node).result = true;
+    if (reading.kind == Reading::kStatus) return;
+    // One result per node: a result on several nodes would say that they
+    // fail together (a link between them), which a block of nodes that
+    // printed the same line does not.
+    for (auto const& node : nodes) {
+      builder_.add_finding(ImportBuilder::kObservation, reading.id,
+                           reading.message, reading.severity, {node}, row);
     }
   }
 
-  void add_unreadable(std::string_view line,
-                      std::vector<std::string> const& nodes, std::int32_t row) {
-    if (nodes.empty()) {
-      builder_.add_finding(ImportBuilder::kObservation, "nhc-unreadable",
-                           std::string(line), kUnreadable, {}, row);
-    }
-    for (auto const& node : nodes) {
-      builder_.add_finding(ImportBuilder::kObservation, "nhc-unreadable",
-                           std::string(line), kUnreadable, {node}, row);
+  void unknown(std::string_view text, std::int32_t row) {
+    warnings_.warn(static_cast<std::size_t>(row),
+                   "expected a health check result, ignored \"" +
+                       std::string(text.substr(0, 200)) + "\"");
+  }
+
+  // Whether a node said anything that could be read, and the first line it
+  // said that could not.
+  struct Seen {
+    bool result = false;
+    std::int32_t unknown_row = 0;
+  };
+
+  Seen& note_node(std::string const& node) {
+    auto const [it, added] = seen_index_.emplace(node, seen_.size());
+    if (added) seen_.push_back({node, Seen{}});
+    return seen_[it->second].second;
+  }
+
+  // A node that printed only lines that could not be read gave no result.
+  void report_silent_nodes() {
+    for (auto const& [node, seen] : seen_) {
+      if (seen.result || seen.unknown_row == 0) continue;
+      builder_.add_finding(ImportBuilder::kObservation, "nhc-no-results",
+                           "No results reported", kNoResults, {node},
+                           seen.unknown_row);
     }
   }
 
   ImportBuilder builder_;
+  TextWarnings warnings_;
+  std::string log_host_;
+  unsigned layouts_ = 0;
   bool in_block_ = false;
+  bool in_log_ = false;
   std::vector<std::string> block_nodes_;
+  std::vector<std::string> log_nodes_;
+  std::vector<std::pair<std::string, Seen>> seen_;
+  std::unordered_map<std::string, std::size_t> seen_index_;
 };
 
 }  // namespace
 
-Config import_nhc(std::string_view text) { return NhcImporter().run(text); }
+Config import_nhc(std::string_view text, std::string const& label,
+                  std::ostream* warn, std::string const& log_host,
+                  ImportLayout* layout) {
+  return NhcImporter(label, warn, log_host).run(text, layout);
+}
 
 }  // namespace cli
 }  // namespace vesk

@@ -3,7 +3,8 @@
 // File: nhc_importer.hpp
 //
 // `--import nhc=PATH`: node health check results gathered from many nodes.
-// Three line shapes are read, and may be mixed:
+// Three line shapes are read, and may be mixed (and a node's own log,
+// below):
 //
 //   node01: ERROR:  nhc:  Health check failed:  check_fs_mount:  /scratch
 //   node01 | ERROR:  nhc:  Health check failed:  check_fs_mount:  /scratch
@@ -24,13 +25,20 @@
 //   names one ("check_fs_mount:  /scratch not mounted" gives id
 //   check_fs_mount and message "/scratch not mounted"), else the
 //   stable_id() of the message ("nhc-bandwidth-is-low-on-device-n");
-// - "No results reported": nhc-no-results, severity 50;
-// - "Node Health Check ..." status lines: no finding, the node is tested;
+// - "No results reported" (with or without "ERROR:"): nhc-no-results,
+//   severity 50;
+// - what passed or is on its way: "Healthy" (the table of a distributed
+//   run), "Node Health Check ..." and "Running check: ..." (the health
+//   check's own log): no finding, the node is tested;
 // - the gathering tool's own line about a node ("pdsh@mgmt: node09: ssh
 //   exited with exit code 255", "clush: node09: ..."): the node printed
 //   nothing that could be read, nhc-unreadable on it;
-// - anything else: nhc-unreadable, severity 50, the whole line as message
-//   (and no node when the line names no host).
+// - anything else: a warning naming the line, and no finding. A node all
+//   of whose lines were such gave no result: nhc-no-results on it, with
+//   the row id of its first such line.
+// A file whose first line is the health check's own text with no host in
+// front is one node's log (NHC's log file): every line is that node's,
+// the node named by the file (node017.log gives node017).
 // A finding of a block is one result per node of the block, all with the
 // row id of the text line.
 // Blank lines are skipped.
@@ -44,8 +52,11 @@
 #ifndef VESK_CLI_INPUT_NHC_IMPORTER_HPP_
 #define VESK_CLI_INPUT_NHC_IMPORTER_HPP_
 
+#include <ostream>
+#include <string>
 #include <string_view>
 
+#include "cli/input/import_builder.hpp"
 #include "vesk/common/config.hpp"
 
 namespace vesk {
@@ -57,7 +68,15 @@ namespace cli {
 // ...} for text that is not UTF-8 or holds a NUL byte, for JSON ("expected
 // lines HOST: TEXT, HOST | TEXT or gathered blocks"), and for a block's
 // node set that cannot be expanded.
-Config import_nhc(std::string_view text);
+// Lines the importer cannot read are warnings on `warn` (naming `label`
+// and the line); `log_host` names the node of a log without hosts (the
+// file's name up to its first "."; "" reads no such log). `layout`, when
+// given, is set to the layouts found ("host lines", "health table",
+// "gathered blocks", "log", joined by ", ").
+Config import_nhc(std::string_view text, std::string const& label = "",
+                  std::ostream* warn = nullptr,
+                  std::string const& log_host = "",
+                  ImportLayout* layout = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

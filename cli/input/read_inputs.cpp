@@ -24,20 +24,22 @@ InputsRead read_inputs(InputRequests const& requests, std::string& label,
                                kDemoDocumentSize),
               label, document, read.settings, warnings);
     merger.add_document(std::move(document));
-    read.sources.push_back({"vesk", ""});
+    read.sources.push_back({"vesk", "", {}});
   } else if (requests.file || requests.imports.empty()) {
     Config document;
     std::string const path = requests.file.value_or("-");
     label = path == "-" ? kStdinLabel : path;
     load_file(path, label, document, read.settings, warnings);
     merger.add_document(std::move(document));
-    read.sources.push_back({"vesk", path});
+    read.sources.push_back({"vesk", path, {}});
   }
   for (ImportRequest request : requests.imports) {
     request.merge_similar = requests.merge_similar;
     // The scheduler's view of the nodes goes to the drain script.
-    merger.add_import(import_input(request, label, warnings, &read.scheduler));
-    read.sources.push_back({request.format, request.path});
+    ImportLayout layout;
+    merger.add_import(
+        import_input(request, label, warnings, &read.scheduler, &layout));
+    read.sources.push_back({request.format, request.path, std::move(layout)});
   }
   read.config = std::make_unique<Config>(merger.finish(requests.threshold));
   read.inputs_pass = merger.inputs_pass();

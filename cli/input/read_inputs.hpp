@@ -57,6 +57,7 @@ struct InputRequests {
 struct InputSource {
   std::string format;
   std::string path;
+  ImportLayout layout;  // what an import found; empty for the document
 };
 
 // InputsRead

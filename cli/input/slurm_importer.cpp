@@ -25,8 +25,8 @@ namespace ondemand = simdjson::ondemand;
 using simdjson::error_code;
 
 constexpr char const* kLayouts =
-    "sinfo --json output, a sinfo -R table or lines "
-    "REASON|USER|TIMESTAMP|NODELIST";
+    "sinfo --json output, a sinfo -R table, lines "
+    "REASON|USER|TIMESTAMP|NODELIST or scontrol show node records";
 
 std::string upper(std::string_view text) {
   std::string out(text);
@@ -69,11 +69,75 @@ constexpr char const* kFailRemedy =
 constexpr char const* kDrainRemedy =
     "Fix the reason, then: scontrol update NodeName=NODE State=RESUME";
 
+// Every state and flag word the scheduler prints, long and short
+// ("ALLOCATED", "alloc"), in upper case. A word not here is warned about.
+bool is_known_state(std::string_view word) {
+  static constexpr std::string_view kWords[] = {"ALLOC",
+                                                "ALLOCATED",
+                                                "BLOCK",
+                                                "BLOCKED",
+                                                "BOOT",
+                                                "CLOUD",
+                                                "COMP",
+                                                "COMPLETING",
+                                                "DOWN",
+                                                "DRAIN",
+                                                "DRAINED",
+                                                "DRAINING",
+                                                "DRNG",
+                                                "DYNAMIC_FUTURE",
+                                                "DYNAMIC_NORM",
+                                                "ERROR",
+                                                "FAIL",
+                                                "FAILG",
+                                                "FAILING",
+                                                "FUTR",
+                                                "FUTURE",
+                                                "IDLE",
+                                                "INVAL",
+                                                "INVALID",
+                                                "INVALID_REG",
+                                                "MAINT",
+                                                "MAINTENANCE",
+                                                "MIX",
+                                                "MIXED",
+                                                "NET",
+                                                "NO_RESPOND",
+                                                "NOT_RESPONDING",
+                                                "NPC",
+                                                "PERFCTRS",
+                                                "PLANNED",
+                                                "PLND",
+                                                "POW_DN",
+                                                "POW_UP",
+                                                "POWER_DOWN",
+                                                "POWER_DRAIN",
+                                                "POWER_UP",
+                                                "POWERED_DOWN",
+                                                "POWERING_DOWN",
+                                                "POWERING_UP",
+                                                "REBOOT",
+                                                "REBOOT_ISSUED",
+                                                "REBOOT_REQUESTED",
+                                                "RES",
+                                                "RESERVED",
+                                                "RESUME",
+                                                "RESV",
+                                                "UNDRAIN",
+                                                "UNK",
+                                                "UNKNOWN"};
+  for (std::string_view const known : kWords) {
+    if (word == known) return true;
+  }
+  return false;
+}
+
 // What a node's states come to: which finding, if any.
 struct Verdict {
   bool down = false;
   bool fail = false;
   bool drain = false;
+  std::vector<std::string> unknown;  // words not known, as given
 
   void take(std::string_view state_text) {
     std::string state = upper(state_text);
@@ -96,6 +160,7 @@ struct Verdict {
           part == "DRNG") {
         drain = true;
       }
+      if (!part.empty() && !is_known_state(part)) unknown.push_back(part);
       from = end + 1;
     }
   }
@@ -106,7 +171,8 @@ class SlurmImporter {
   explicit SlurmImporter(SchedulerStates* states)
       : builder_("slurm", "Scheduler node states"), states_(states) {}
 
-  Config run(InputBytes& bytes, std::string const& label, std::ostream& warn) {
+  Config run(InputBytes& bytes, std::string const& label, std::ostream& warn,
+             ImportLayout* layout) {
     std::string_view const text = bytes.text();
     std::size_t first = 0;
     while (first < text.size() &&
@@ -121,9 +187,11 @@ class SlurmImporter {
       read_json(json, simdjson::padded_string_view(bytes.data(), bytes.size(),
                                                    bytes.capacity()));
     } else {
-      if (states_ != nullptr) states_->complete = false;
-      read_text(text);
+      TextWarnings warnings(label, &warn);
+      read_text(text, warnings);
+      warnings.finish();
     }
+    if (layout != nullptr) *layout = {layout_, version_};
     return builder_.finish();
   }
 
@@ -189,19 +257,63 @@ class SlurmImporter {
     if (error_code e = value.type().get(type)) {
       json.fail_json(e, "a state or a list of states");
     }
+    std::size_t const known = verdict.unknown.size();
     if (type == ondemand::json_type::string) {
       verdict.take(json.get_string(value));
     } else {
       for (auto const& state : json.get_strings(value)) verdict.take(state);
     }
+    for (std::size_t i = known; i < verdict.unknown.size(); ++i) {
+      json.warn("unknown node state \"" + verdict.unknown[i] + "\" ignored");
+    }
+  }
+
+  // "meta": which program wrote the input, and with which data parser
+  // ("openapi/v0.0.38" in 22.05, "data_parser/v0.0.39" from 23.02 on).
+  void read_meta(JsonReader& json, ondemand::value& value) {
+    auto take_parser = [&](std::string const& text) {
+      std::size_t const v = text.rfind("/v");
+      if (v != std::string::npos) version_ = text.substr(v + 1);
+    };
+    auto read_plugin = [&](ondemand::value& plugin) {
+      json.for_each_member(
+          plugin, "an object", [&](std::string const& k, ondemand::value& v) {
+            if (k == "type" || k == "data_parser") {
+              std::string const text = json.get_string_or_empty(v);
+              if (k == "data_parser" || version_.empty()) {
+                take_parser(text);
+              }
+            } else {
+              json.check_value(v);
+            }
+          });
+    };
+    json.for_each_member(
+        value, "an object", [&](std::string const& key, ondemand::value& v) {
+          if (key == "plugin" || key == "plugins") {
+            read_plugin(v);
+          } else if (key == "command") {
+            std::vector<std::string> const words = json.get_strings(v);
+            // slurmrestd names no command; the commands name themselves
+            // (sinfo) or only their arguments (scontrol: "show", "node").
+            command_ = words.empty()              ? "slurmrestd"
+                       : words.front() == "sinfo" ? "sinfo --json"
+                                                  : "scontrol --json";
+          } else {
+            json.check_value(v);
+          }
+        });
   }
 
   void read_json(JsonReader& json, simdjson::padded_string_view bytes) {
     ondemand::object root = json.open(bytes);
     bool known = false;
+    bool groups = false;
     json.for_each_member(
         root, [&](std::string const& key, ondemand::value& value) {
-          if (key == "nodes") {
+          if (key == "meta") {
+            read_meta(json, value);
+          } else if (key == "nodes") {
             known = true;
             std::int32_t index = 0;
             json.for_each_element(
@@ -209,6 +321,7 @@ class SlurmImporter {
                 [&](ondemand::value& node) { read_node(json, node, ++index); });
           } else if (key == "sinfo") {
             known = true;
+            groups = true;
             std::int32_t index = 0;
             json.for_each_element(value, "an array of node groups",
                                   [&](ondemand::value& group) {
@@ -224,6 +337,11 @@ class SlurmImporter {
           "\"sinfo\")");
     }
     json.finish();
+    // Before 23.02 the commands wrote no "command"; sinfo and scontrol
+    // wrote the same nodes then.
+    layout_ = groups             ? "sinfo --json node groups"
+              : command_.empty() ? "sinfo or scontrol --json"
+                                 : command_;
   }
 
   void read_node(JsonReader& json, ondemand::value& value, std::int32_t row) {
@@ -232,15 +350,15 @@ class SlurmImporter {
     json.for_each_member(value, "a node object",
                          [&](std::string const& key, ondemand::value& member) {
                            if (key == "name") {
-                             name = json.get_string(member);
+                             name = json.get_string_or_empty(member);
                            } else if (key == "hostname") {
-                             hostname = json.get_string(member);
+                             hostname = json.get_string_or_empty(member);
                            } else if (key == "state" || key == "state_flags") {
                              read_states(json, member, verdict);
                            } else if (key == "reason") {
-                             reason = json.get_string(member);
+                             reason = json.get_string_or_empty(member);
                            } else if (key == "reason_set_by_user") {
-                             user = json.get_string(member);
+                             user = json.get_string_or_empty(member);
                            } else if (key == "reason_changed_at") {
                              time = read_time(json, member);
                            } else {
@@ -285,9 +403,9 @@ class SlurmImporter {
             json.for_each_member(member, "an object",
                                  [&](std::string const& k, ondemand::value& v) {
                                    if (k == "description") {
-                                     reason = json.get_string(v);
+                                     reason = json.get_string_or_empty(v);
                                    } else if (k == "user") {
-                                     user = json.get_string(v);
+                                     user = json.get_string_or_empty(v);
                                    } else if (k == "time") {
                                      time = read_time(json, v);
                                    } else {
@@ -310,12 +428,99 @@ class SlurmImporter {
     }
   }
 
-  void read_text(std::string_view text) {
+  void read_text(std::string_view text, TextWarnings& warnings) {
     if (first_invalid_utf8(text) != text.size() ||
         text.find('\0') != std::string_view::npos) {
       throw InputError("1:1", std::string("expected ") + kLayouts);
     }
     std::vector<std::string_view> const lines = split_lines(text);
+    std::size_t first = 0;
+    while (first < lines.size() && trim_line(lines[first]).empty()) ++first;
+    if (first < lines.size() &&
+        trim_line(lines[first]).substr(0, 9) == "NodeName=") {
+      read_node_records(lines, warnings);
+      return;
+    }
+    if (states_ != nullptr) states_->complete = false;
+    read_reason_lines(lines, warnings);
+  }
+
+  // `scontrol show node`: a record per node, on one line with -o
+  // ("NodeName=cn02 ... State=IDLE+DRAIN ... Reason=GPU lost [root@
+  // 2026-11-26T02:07:59]") or over several indented lines. The reason is
+  // the rest of its line: it may hold blanks and "=".
+  void read_node_records(std::vector<std::string_view> const& lines,
+                         TextWarnings& warnings) {
+    layout_ = "scontrol show node";
+    std::string name, state, reason;
+    std::int32_t record_row = 0;
+    auto flush = [&] {
+      if (record_row == 0) return;
+      builder_.add_node(name, std::to_string(record_row) + ":1");
+      Verdict verdict;
+      verdict.take(state);
+      for (auto const& word : verdict.unknown) {
+        warnings.warn(static_cast<std::size_t>(record_row),
+                      "unknown node state \"" + word + "\" ignored");
+      }
+      std::string user, time;
+      // "TEXT [USER@TIME]"
+      if (!reason.empty() && reason.back() == ']') {
+        std::size_t const open = reason.rfind(" [");
+        std::size_t const at =
+            open == std::string::npos ? open : reason.find('@', open);
+        if (at != std::string::npos) {
+          user = reason.substr(open + 2, at - open - 2);
+          time = reason.substr(at + 1, reason.size() - at - 2);
+          reason.resize(open);
+        }
+      }
+      finding(verdict, name, reason, setter(user, time), record_row);
+      record_row = 0;
+    };
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      std::string_view line = trim_line(lines[i]);
+      auto const row = static_cast<std::int32_t>(i + 1);
+      if (line.empty()) continue;
+      if (line.substr(0, 9) == "NodeName=") {
+        flush();
+        record_row = row;
+        name.clear();
+        state.clear();
+        reason.clear();
+      } else if (record_row == 0 || lines[i].front() != ' ') {
+        warnings.warn(i + 1, "expected a node record NodeName=..., ignored \"" +
+                                 std::string(line.substr(0, 200)) + "\"");
+        continue;
+      }
+      std::size_t reason_at =
+          line.substr(0, 7) == "Reason=" ? 0 : line.find(" Reason=");
+      if (reason_at != std::string_view::npos) {
+        std::size_t const from = reason_at + (reason_at == 0 ? 7 : 8);
+        reason = std::string(trim_line(line.substr(from)));
+        line = line.substr(0, reason_at);
+      }
+      for (std::size_t from = 0; from < line.size();) {
+        std::size_t end = line.find(' ', from);
+        if (end == std::string_view::npos) end = line.size();
+        std::string_view const field = line.substr(from, end - from);
+        if (field.substr(0, 9) == "NodeName=") {
+          name = std::string(field.substr(9));
+        } else if (field.substr(0, 6) == "State=") {
+          state = std::string(field.substr(6));
+        }
+        from = end + 1;
+      }
+      if (name.empty()) {
+        throw InputError(std::to_string(row) + ":1",
+                         "expected a node name after NodeName=");
+      }
+    }
+    flush();
+  }
+
+  void read_reason_lines(std::vector<std::string_view> const& lines,
+                         TextWarnings& warnings) {
     // Columns of the sinfo -R header, when there is one.
     std::size_t reason_at = 0, user_at = 0, time_at = 0, state_at = 0,
                 list_at = 0;
@@ -328,6 +533,7 @@ class SlurmImporter {
         decided = true;
         if (trim_line(line).substr(0, 6) == "REASON") {
           table = true;
+          layout_ = "sinfo -R";
           reason_at = line.find("REASON");
           user_at = line.find("USER");
           time_at = line.find("TIMESTAMP");
@@ -347,6 +553,7 @@ class SlurmImporter {
           throw InputError(std::to_string(row) + ":1",
                            std::string("expected ") + kLayouts);
         }
+        layout_ = "sinfo -R -o %E|%U|%H|%N";
       }
       std::string reason, user, time, list, state;
       bool readable = true;
@@ -381,8 +588,12 @@ class SlurmImporter {
         }
       }
       if (!readable) {
-        builder_.add_finding(ImportBuilder::kObservation, "slurm-unreadable",
-                             std::string(trim_line(line)), 50, {}, row);
+        warnings.warn(i + 1, std::string("expected ") +
+                                 (table ? "a node list in the NODELIST column"
+                                        : "REASON|USER|TIMESTAMP|NODELIST") +
+                                 ", ignored \"" +
+                                 std::string(trim_line(line).substr(0, 200)) +
+                                 "\"");
         continue;
       }
       std::vector<std::string> names;
@@ -393,6 +604,9 @@ class SlurmImporter {
       Verdict verdict;
       if (has_state) {
         verdict.take(state);
+        for (auto const& word : verdict.unknown) {
+          warnings.warn(i + 1, "unknown node state \"" + word + "\" ignored");
+        }
       } else {
         verdict.drain = true;
       }
@@ -404,13 +618,17 @@ class SlurmImporter {
 
   ImportBuilder builder_;
   SchedulerStates* states_;
+  std::string command_;  // from "meta": which program wrote the JSON
+  std::string layout_;
+  std::string version_;
 };
 
 }  // namespace
 
 Config import_slurm(InputBytes& bytes, std::string const& label,
-                    std::ostream& warn, SchedulerStates* states) {
-  return SlurmImporter(states).run(bytes, label, warn);
+                    std::ostream& warn, SchedulerStates* states,
+                    ImportLayout* layout) {
+  return SlurmImporter(states).run(bytes, label, warn, layout);
 }
 
 }  // namespace cli

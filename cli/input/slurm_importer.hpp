@@ -39,6 +39,7 @@
 #include <string>
 
 #include "cli/input/byte_source.hpp"
+#include "cli/input/import_builder.hpp"
 #include "cli/input/scheduler_states.hpp"
 #include "vesk/common/config.hpp"
 
@@ -51,8 +52,15 @@ namespace cli {
 // or a key path) for input of none of the layouts and for a node list that
 // cannot be expanded. `states`, when given, receives every node's states
 // and reason (see scheduler_states.hpp).
+// Warnings (unknown states, lines that are not records) go to `warn`;
+// `layout`, when given, is set to the layout found ("sinfo --json",
+// "scontrol --json", "slurmrestd", "sinfo or scontrol --json" for 22.05's
+// JSON that names no command, "sinfo --json node groups", "sinfo -R",
+// "sinfo -R -o %E|%U|%H|%N", "scontrol show node") and the data parser
+// version the JSON names ("v0.0.40").
 Config import_slurm(InputBytes& bytes, std::string const& label,
-                    std::ostream& warn, SchedulerStates* states = nullptr);
+                    std::ostream& warn, SchedulerStates* states = nullptr,
+                    ImportLayout* layout = nullptr);
 
 }  // namespace cli
 }  // namespace vesk

@@ -88,5 +88,18 @@ void check_plain_text(std::string_view text) {
   }
 }
 
+void TextWarnings::warn(std::size_t line, std::string const& what) {
+  if (++count_ > kMaxWarningLines || out_ == nullptr) return;
+  *out_ << one_line("vesk-report: " + label_ + ":" + std::to_string(line) +
+                    ": warning: " + what)
+        << "\n";
+}
+
+void TextWarnings::finish() {
+  if (count_ > kMaxWarningLines && out_ != nullptr) {
+    *out_ << more_warnings_line(label_, count_ - kMaxWarningLines);
+  }
+}
+
 }  // namespace cli
 }  // namespace vesk

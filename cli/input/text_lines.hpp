@@ -14,8 +14,11 @@
 #ifndef VESK_CLI_INPUT_TEXT_LINES_HPP_
 #define VESK_CLI_INPUT_TEXT_LINES_HPP_
 
+#include <cstddef>
+#include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace vesk {
@@ -66,6 +69,28 @@ std::string text_place(std::string_view text, std::size_t offset);
 // ("expected UTF-8 text") or holds a NUL byte ("expected text, found a
 // NUL byte").
 void check_plain_text(std::string_view text);
+
+// TextWarnings
+//
+// The warnings of one text input, a line each ("vesk-report: <label>:
+// <line>: warning: <what>"), at most kMaxWarningLines of them; finish()
+// writes one more line saying how many were left out. Without `out` they
+// are only counted.
+class TextWarnings {
+ public:
+  TextWarnings(std::string label, std::ostream* out)
+      : label_(std::move(label)), out_(out) {}
+
+  void warn(std::size_t line, std::string const& what);
+  void finish();
+
+  std::size_t count() const { return count_; }
+
+ private:
+  std::string label_;
+  std::ostream* out_;
+  std::size_t count_ = 0;
+};
 
 }  // namespace cli
 }  // namespace vesk

@@ -43,6 +43,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cli/adjust/merge_similar.hpp"
@@ -72,8 +73,20 @@ char const* band_name(Band band);
 // else the import's format) and its path ("-" for standard input, "" for the
 // bundled demo document).
 struct ReportInput {
+  ReportInput() = default;
+  ReportInput(std::string format_, std::string path_, std::string layout_ = "",
+              std::string version_ = "")
+      : format(std::move(format_)),
+        path(std::move(path_)),
+        layout(std::move(layout_)),
+        version(std::move(version_)) {}
+
   std::string format;
   std::string path;
+  // What an import found its input to be ("sinfo --json", "v0.0.40");
+  // both "" for the document and for imports that do not tell.
+  std::string layout;
+  std::string version;
 };
 
 // What the writers need to know of the run beyond the data record.

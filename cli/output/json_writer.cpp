@@ -293,6 +293,9 @@ void write_node_history(JsonEmitter& json, ReportChanges const& changes) {
 }
 
 char const* json_schema_version(ReportModel const& model) {
+  for (auto const& input : model.run.inputs) {
+    if (!input.layout.empty()) return kJsonLayoutsVersion;
+  }
   if (model.history) return kJsonSchemaVersion;
   return model.suppressions || model.merged ? "1.3" : "1.2";
 }
@@ -310,6 +313,10 @@ void write_json_report(ReportModel const& model, std::ostream& out) {
     json.begin_object();
     json.member("format", input.format);
     json.member("path", input.path);
+    if (!input.layout.empty()) {
+      json.member("layout", input.layout);
+      json.member_or_null("version", input.version);
+    }
     json.end_object();
   }
   json.end_array();

@@ -47,15 +47,20 @@ namespace cli {
 // 1.4 added, with --history, "history" (the folder, the record compared
 // with, the kept runs) and per issue "first_seen" and "age_seconds".
 //
+// 1.5 added, for each import, the "layout" its importer found and the
+// "version" the input names (null when it names none).
+//
 // A report names the lowest version that describes it: a report without
 // a 1.3 field is a 1.2 report, byte for byte what earlier versions wrote.
 inline constexpr char const* kJsonSchemaVersion = "1.4";
+// The version of a report with imports: they say their layouts.
+inline constexpr char const* kJsonLayoutsVersion = "1.5";
 
 // json_schema_version()
 //
-// The version `model`'s report is written as: kJsonSchemaVersion with
-// --history, "1.3" when a suppression file was read or --merge-similar
-// given, else "1.2".
+// The version `model`'s report is written as: kJsonLayoutsVersion when
+// an import says its layout, kJsonSchemaVersion with --history, "1.3" when a
+// suppression file was read or --merge-similar given, else "1.2".
 char const* json_schema_version(ReportModel const& model);
 
 struct ReportChanges;

@@ -315,16 +315,19 @@ TEST(ImportNhc, HostListsOfOneImportHaveAByteBudget) {
 }
 
 TEST(ImportNhc, LineShapes) {
+  std::ostringstream warn;
   Config const config = import_nhc(
       "n1: ERROR: nhc: check_a: broken\n"
       "n2 | check_b: named check line\n"
       "\n"
       "stray text\n"
-      "clush: n3: exited with exit code 1\n");
+      "clush: n3: exited with exit code 1\n",
+      "in.log", &warn);
+  // "stray text" names no host and says nothing the importer knows: a
+  // warning, not a finding. The gathering tool's own line is a finding.
   std::vector<Flat> const expected = {
       {"check_a", "broken", "", 80, {"n1"}, {1}, false},
       {"check_b", "named check line", "", 80, {"n2"}, {2}, false},
-      {"nhc-unreadable", "stray text", "", 50, {}, {4}, false},
       {"nhc-unreadable",
        "clush: n3: exited with exit code 1",
        "",
@@ -336,6 +339,9 @@ TEST(ImportNhc, LineShapes) {
   EXPECT_EQ(flat(config.observations), expected);
   EXPECT_EQ(config.observation_signs.at("check_a"),
             std::vector<std::string>{"import/nhc"});
+  EXPECT_EQ(warn.str(),
+            "vesk-report: in.log:4: warning: expected a health check result, "
+            "ignored \"stray text\"\n");
 }
 
 TEST(InputMerger, NodesByHostnameAndThreshold) {
