@@ -192,24 +192,25 @@ class AlertmanagerImporter {
                              }
                            });
     } else if (key == "status") {
-      json.for_each_member(member, "a status object",
-                           [&](std::string const& name, ondemand::value& v) {
-                             if (name == "state") {
-                               alert.state = json.get_string(v);
-                               if (alert.state != "active" &&
-                                   alert.state != "suppressed" &&
-                                   alert.state != "unprocessed") {
-                                 json.warn("unknown alert state \"" +
-                                           alert.state + "\" taken as active");
-                               }
-                             } else if (name == "inhibitedBy") {
-                               alert.inhibited_by = json.get_strings(v);
-                             } else if (name == "silencedBy") {
-                               alert.silenced = !json.get_strings(v).empty();
-                             } else {
-                               json.check_value(v);
-                             }
-                           });
+      json.for_each_member(
+          member, "a status object",
+          [&](std::string const& name, ondemand::value& v) {
+            if (name == "state") {
+              alert.state = json.get_string(v);
+              if (alert.state != "active" && alert.state != "suppressed" &&
+                  alert.state != "unprocessed") {
+                json.warn_at(alert.place + "." + json.path(),
+                             "unknown alert state \"" + alert.state +
+                                 "\" taken as active");
+              }
+            } else if (name == "inhibitedBy") {
+              alert.inhibited_by = json.get_strings(v);
+            } else if (name == "silencedBy") {
+              alert.silenced = !json.get_strings(v).empty();
+            } else {
+              json.check_value(v);
+            }
+          });
     } else {
       json.check_value(member);
     }

@@ -280,9 +280,11 @@ void JsonReader::release_read_part() {
   released_ = until;
 }
 
-void JsonReader::warn(std::string const& what) {
+void JsonReader::warn(std::string const& what) { warn_at(path_, what); }
+
+void JsonReader::warn_at(std::string const& place, std::string const& what) {
   if (++warnings_ > kMaxWarnings) return;
-  warn_ << one_line("vesk-report: " + label_ + ":" + path_ +
+  warn_ << one_line("vesk-report: " + label_ + ":" + place +
                     ": warning: " + what)
         << "\n";
 }

@@ -137,6 +137,12 @@ class JsonReader {
   // kMaxWarnings lines, only counts it.
   void warn(std::string const& what);
 
+  // warn_at()
+  //
+  // As warn(), naming `place` instead of the key path: for a reader whose
+  // key path starts inside an element it names itself.
+  void warn_at(std::string const& place, std::string const& what);
+
   static constexpr std::size_t kMaxWarnings = kMaxWarningLines;
 
   // unknown_key()

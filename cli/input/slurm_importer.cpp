@@ -337,10 +337,10 @@ class SlurmImporter {
           "\"sinfo\")");
     }
     json.finish();
-    // Before 23.02 the commands wrote no "command"; sinfo and scontrol
-    // wrote the same nodes then.
+    // Before 23.02 no "command" was written, and sinfo, scontrol and
+    // slurmrestd wrote the same nodes.
     layout_ = groups             ? "sinfo --json node groups"
-              : command_.empty() ? "sinfo or scontrol --json"
+              : command_.empty() ? "nodes JSON"
                                  : command_;
   }
 
@@ -489,6 +489,7 @@ class SlurmImporter {
         state.clear();
         reason.clear();
       } else if (record_row == 0 || lines[i].front() != ' ') {
+        flush();  // a line that is not indented ends the record
         warnings.warn(i + 1, "expected a node record NodeName=..., ignored \"" +
                                  std::string(line.substr(0, 200)) + "\"");
         continue;

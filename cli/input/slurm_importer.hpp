@@ -54,8 +54,9 @@ namespace cli {
 // and reason (see scheduler_states.hpp).
 // Warnings (unknown states, lines that are not records) go to `warn`;
 // `layout`, when given, is set to the layout found ("sinfo --json",
-// "scontrol --json", "slurmrestd", "sinfo or scontrol --json" for 22.05's
-// JSON that names no command, "sinfo --json node groups", "sinfo -R",
+// "scontrol --json", "slurmrestd", "nodes JSON" for JSON that names no
+// command (before 23.02, when sinfo, scontrol and slurmrestd wrote the
+// same), "sinfo --json node groups", "sinfo -R",
 // "sinfo -R -o %E|%U|%H|%N", "scontrol show node") and the data parser
 // version the JSON names ("v0.0.40").
 Config import_slurm(InputBytes& bytes, std::string const& label,

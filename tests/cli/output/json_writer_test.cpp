@@ -529,6 +529,29 @@ TEST(JsonWriter, LargeReportIsWhole) {
             "/fwd/skip.xml");
 }
 
+TEST(JsonWriter, ImportsSayTheirLayoutInVersionOneFive) {
+  ReportModel model = sample();
+  model.run.inputs = {{"vesk", "cluster.json"},
+                      {"slurm", "sinfo.json", "sinfo --json", "v0.0.40"},
+                      {"nhc", "-", "health table", ""}};
+  std::string const report = write(model);
+  EXPECT_EQ(report.rfind("{\"schema_version\":\"1.5\",", 0), 0u) << report;
+  // The document's input says nothing more; an import without a version
+  // says null.
+  EXPECT_NE(
+      report.find(
+          "\"inputs\":[{\"format\":\"vesk\",\"path\":\"cluster.json\"},"
+          "{\"format\":\"slurm\",\"path\":\"sinfo.json\",\"layout\":"
+          "\"sinfo --json\",\"version\":\"v0.0.40\"},{\"format\":\"nhc\","
+          "\"path\":\"-\",\"layout\":\"health table\",\"version\":null}],"),
+      std::string::npos)
+      << report;
+  testing::TempFile file("json-writer-layouts.json");
+  file.write(report);
+  auto const check = testing::validate_json_reports({file.path()});
+  EXPECT_EQ(check.status, 0) << check.output;
+}
+
 TEST(JsonWriter, ReportsAreValidAgainstTheSchema) {
   ReportModel no_threshold = sample();
   no_threshold.threshold_set = false;
