@@ -1,6 +1,6 @@
 // vesk postprocessor. Licensed under the Apache License, Version 2.0.
 //
-// File: field_layouts_test.cpp
+// File: importer_test.cpp
 //
 // The importers on what the tools print in the field, every layout and
 // version of tests/fixtures/ (SOURCES.md says where each file comes from).
