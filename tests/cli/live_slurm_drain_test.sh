@@ -3,8 +3,10 @@
 # 30 nodes (tests/support/slurm_cluster.sh); an administrator drains cn05
 # and downs cn20 with reasons of their own, an earlier script drained cn12;
 # vesk-report reads a document with findings on those and other nodes
-# together with what `sinfo --json` printed, and writes the drain script
-# (--report slurm=PATH). The script runs, then `sinfo --json` must show
+# together with what the scheduler printed, and writes the drain script
+# (--report slurm=PATH); once for each layout the import reads (`sinfo
+# --json`, `scontrol show node -o`, `scontrol show node`), each of which
+# must give the same commands. Each script runs, then `sinfo --json` must show
 # exactly the expected nodes drained with the expected reasons, and the
 # administrator's nodes as they were. Every NodeName list of the script
 # is expanded by `scontrol show hostnames` and compared with the nodes it
@@ -32,7 +34,10 @@ slurm_cluster_start "$dir/cluster" 30 || exit 1
 scontrol update NodeName=cn05 State=DRAIN Reason='admin: fan' || exit 1
 scontrol update NodeName=cn20 State=DOWN Reason='admin: PSU' || exit 1
 scontrol update NodeName=cn12 State=DRAIN Reason='vesk:old-issue' || exit 1
+# What the scheduler says of its nodes, in each layout the import reads.
 sinfo --json > "$dir/sinfo-before.json" || exit 1
+scontrol show node -o > "$dir/scontrol-o-before.txt" || exit 1
+scontrol show node > "$dir/scontrol-before.txt" || exit 1
 
 # Findings (threshold 25): gpu-ecc 90 on cn01-cn05, cpu-throttle 80 on
 # cn04 and cn10-cn12, ib-link 60 on cn20 and cn21, kernel 10 on cn25 (not
@@ -71,13 +76,6 @@ EOF
 failed=0
 fail() { echo "FAIL: $*"; failed=1; }
 
-"$exe" --width 0 "$dir/cluster.json" --import "slurm=$dir/sinfo-before.json" \
-  --report "slurm=$dir/drain.sh" > "$dir/report.txt" 2> "$dir/report.err"
-rc=$?
-[[ $rc -eq 1 ]] || fail "vesk-report: exit status $rc, expected 1: $(cat "$dir/report.err")"
-[[ -s $dir/drain.sh ]] || { fail "no drain script written"; exit 1; }
-sh -n "$dir/drain.sh" || fail "the drain script does not parse"
-
 # Every command, and what its NodeName list must expand to.
 expect_commands() {
   local script=$1 expected=$2
@@ -107,6 +105,18 @@ for reason in sorted(set(found) | set(expected)):
 sys.exit(0 if ok else 1)
 PY
 }
+# Each layout of the same scheduler must give the same script; each script
+# is run in turn, and the scheduler must end as expected after every one
+# (a later script repeats the drains of the first, and nothing else).
+for layout in sinfo-before.json scontrol-o-before.txt scontrol-before.txt; do
+echo "--- layout $layout"
+"$exe" --width 0 "$dir/cluster.json" --import "slurm=$dir/$layout" \
+  --report "slurm=$dir/drain.sh" > "$dir/report.txt" 2> "$dir/report.err"
+rc=$?
+[[ $rc -eq 1 ]] || fail "vesk-report: exit status $rc, expected 1: $(cat "$dir/report.err")"
+[[ -s $dir/drain.sh ]] || { fail "no drain script written"; exit 1; }
+sh -n "$dir/drain.sh" || fail "the drain script does not parse"
+
 expect_commands "$dir/drain.sh" '{
   "vesk:gpu-ecc": ["cn01", "cn02", "cn03"],
   "vesk:gpu-ecc+1": ["cn04"],
@@ -151,6 +161,8 @@ if len(nodes) != 30:
     print("expected 30 nodes, found", len(nodes)); ok = False
 sys.exit(0 if ok else 1)
 PY
+
+done
 
 # Names whose folding the scheduler reads only in part: every list must
 # expand to exactly the nodes meant (no scheduler import: nothing is left
