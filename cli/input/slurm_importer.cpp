@@ -254,6 +254,9 @@ class SlurmImporter : public SlurmTextSink {
                          });
     if (name.empty()) name = hostname;
     if (name.empty()) json.fail("expected the key \"name\"");
+    if (std::string const why = slurm_node_name_problem(name); !why.empty()) {
+      json.fail(why);
+    }
     builder_.add_node(name, json.path());
     node(verdict, name, reason, slurm_setter(user, time), row);
   }

@@ -180,9 +180,9 @@ class TextReader {
         }
         from = end + 1;
       }
-      if (name.empty()) {
-        throw InputError(std::to_string(row) + ":1",
-                         "expected a node name after NodeName=");
+      if (std::string const why = slurm_node_name_problem(name);
+          !why.empty()) {
+        throw InputError(std::to_string(row) + ":1", why + " after NodeName=");
       }
     }
     flush();
@@ -335,6 +335,18 @@ void SlurmVerdict::take(std::string_view state_text) {
     if (!part.empty() && !is_known_state(part)) unknown.push_back(part);
     from = end + 1;
   }
+}
+
+std::string slurm_node_name_problem(std::string_view name) {
+  if (name.empty()) return "expected a node name";
+  for (char const c : name) {
+    if (!is_host_char(c)) {
+      return "expected a node name (letters, digits, \"-\", \"_\", \".\"), "
+             "found \"" +
+             std::string(name.substr(0, 80)) + "\"";
+    }
+  }
+  return "";
 }
 
 std::string read_slurm_text(std::string_view text, SlurmTextSink& sink,

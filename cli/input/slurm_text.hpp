@@ -51,6 +51,13 @@ struct SlurmVerdict {
 // neither is known.
 std::string slurm_setter(std::string_view user, std::string_view time);
 
+// slurm_node_name_problem()
+//
+// "" for a name the scheduler may give a node (letters, digits, "-", "_",
+// "."), else what was expected ("expected a node name", or "... found
+// \"n[1-4]\""): a node's record names one node, never a host list.
+std::string slurm_node_name_problem(std::string_view name);
+
 // SlurmTextSink
 //
 // Where the text layouts put what they read.

@@ -66,8 +66,10 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data,
   std::string label;
   vesk::fuzz::NullStream warnings;
   try {
+    vesk::cli::SchedulerStates states;
+    vesk::cli::ImportLayout layout;
     vesk::Config const config =
-        vesk::cli::import_input(request, label, warnings);
+        vesk::cli::import_input(request, label, warnings, &states, &layout);
     static_cast<void>(config);
   } catch (vesk::cli::InputError const&) {
     // A refused input: the expected outcome of most inputs.
