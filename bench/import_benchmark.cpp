@@ -246,7 +246,8 @@ void BM_ImportConsensus(benchmark::State& state) {
 }
 BENCHMARK(BM_ImportConsensus)->Unit(benchmark::kMillisecond);
 
-// What the program does with one import of the field layouts.
+// What the program does with one import of the field layouts (the path,
+// and so the inputs, taken before the timing starts).
 void import_file(benchmark::State& state, std::string const& format,
                  std::string const& path) {
   std::ostringstream warn;
@@ -259,31 +260,26 @@ void import_file(benchmark::State& state, std::string const& format,
 }
 
 void BM_ImportNhcHealthTable(benchmark::State& state) {
-  inputs();  // generated before the timing starts
   import_file(state, "nhc", inputs().table);
 }
 BENCHMARK(BM_ImportNhcHealthTable)->Unit(benchmark::kMillisecond);
 
 void BM_ImportScontrolText(benchmark::State& state) {
-  inputs();  // generated before the timing starts
   import_file(state, "slurm", inputs().scontrol);
 }
 BENCHMARK(BM_ImportScontrolText)->Unit(benchmark::kMillisecond);
 
 void BM_ImportSlurmV0040(benchmark::State& state) {
-  inputs();  // generated before the timing starts
   import_file(state, "slurm", inputs().slurm40);
 }
 BENCHMARK(BM_ImportSlurmV0040)->Unit(benchmark::kMillisecond);
 
 void BM_ImportAlertList(benchmark::State& state) {
-  inputs();  // generated before the timing starts
   import_file(state, "alertmanager", inputs().flat_alerts);
 }
 BENCHMARK(BM_ImportAlertList)->Unit(benchmark::kMillisecond);
 
 void BM_ImportDcgmFolder(benchmark::State& state) {
-  inputs();  // generated before the timing starts
   import_file(state, "dcgm", inputs().dcgm);
 }
 BENCHMARK(BM_ImportDcgmFolder)->Unit(benchmark::kMillisecond);

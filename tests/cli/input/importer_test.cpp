@@ -343,28 +343,6 @@ TEST(FieldSlurm, EveryLayoutOfOneControllerGivesTheSameFindings) {
 }
 
 TEST(FieldSlurm, EveryDataParserVersion) {
-  // 21.08: "reason_set_by_user": null, a down node with no reason.
-  Imported const v37 = import_fixture("slurm", "slurm/21.08-sinfo.json");
-  EXPECT_EQ(v37.warnings, "");
-  EXPECT_EQ(v37.layout.layout, "nodes JSON");
-  EXPECT_EQ(v37.layout.version, "v0.0.37");
-  EXPECT_EQ(node_names(v37.config),
-            (std::vector<std::string>{
-                "cs2.example.company.com", "cs3.example.company.com",
-                "cs4.example.company.com", "cs5.example.company.com"}));
-  EXPECT_EQ(
-      findings(v37.config),
-      (std::vector<Finding>{
-          {"slurm-down", "", 80, {"cs5.example.company.com"}, {4}, false}}));
-
-  // 23.02: node groups, one allocated node and no reason.
-  Imported const v39 = import_fixture("slurm", "slurm/23.02-sinfo-groups.json");
-  EXPECT_EQ(v39.warnings, "");
-  EXPECT_EQ(v39.layout.layout, "sinfo --json node groups");
-  EXPECT_EQ(v39.layout.version, "v0.0.39");
-  EXPECT_EQ(node_names(v39.config), std::vector<std::string>{"localhost"});
-  EXPECT_EQ(findings(v39.config), std::vector<Finding>{});
-
   // 23.11 and 24.05: host1 drained by root at 1722000000.
   Finding const drained{"slurm-drain",
                         "disk failure (set by root at 2024-07-26T13:20:00)",
@@ -372,42 +350,61 @@ TEST(FieldSlurm, EveryDataParserVersion) {
                         {"host1"},
                         {1},
                         false};
-  Imported const v40 =
-      import_fixture("slurm", "slurm/23.11-scontrol-show-nodes.json");
-  EXPECT_EQ(v40.warnings, "");
-  EXPECT_EQ(v40.layout.layout, "scontrol --json");
-  EXPECT_EQ(v40.layout.version, "v0.0.40");
-  EXPECT_EQ(findings(v40.config), std::vector<Finding>{drained});
-  Imported const v41 =
-      import_fixture("slurm", "slurm/24.05-slurmrestd-nodes.json");
-  EXPECT_EQ(v41.warnings, "");
-  EXPECT_EQ(v41.layout.layout, "slurmrestd");
-  EXPECT_EQ(v41.layout.version, "v0.0.41");
-  EXPECT_EQ(findings(v41.config), std::vector<Finding>{drained});
-
-  // 24.11's manual: an idle node, its "meta" left out.
-  Imported const v42 =
-      import_fixture("slurm", "slurm/24.11-slurmrestd-node.json");
-  EXPECT_EQ(v42.warnings, "");
-  EXPECT_EQ(v42.layout.layout, "nodes JSON");
-  EXPECT_EQ(v42.layout.version, "");
-  EXPECT_EQ(node_names(v42.config), std::vector<std::string>{"host1"});
-  EXPECT_EQ(findings(v42.config), std::vector<Finding>{});
-
-  // 25.11: DOWN with the flag DYNAMIC_NORM, set by slurm at 1769096589.
-  Imported const v44 =
-      import_fixture("slurm", "slurm/25.11-scontrol-show-node.json");
-  EXPECT_EQ(v44.warnings, "");
-  EXPECT_EQ(v44.layout.layout, "scontrol --json");
-  EXPECT_EQ(v44.layout.version, "v0.0.44");
-  EXPECT_EQ(findings(v44.config),
-            (std::vector<Finding>{
-                {"slurm-down",
-                 "Not responding (set by slurm at 2026-01-22T15:43:09)",
-                 80,
-                 {"compute-0"},
-                 {1},
-                 false}}));
+  struct Case {
+    char const* file;
+    char const* layout;
+    char const* version;
+    std::vector<std::string> nodes;
+    std::vector<Finding> findings;
+  };
+  std::vector<Case> const cases = {
+      // 21.08: "reason_set_by_user": null, a down node with no reason.
+      {"slurm/21.08-sinfo.json",
+       "nodes JSON",
+       "v0.0.37",
+       {"cs2.example.company.com", "cs3.example.company.com",
+        "cs4.example.company.com", "cs5.example.company.com"},
+       {{"slurm-down", "", 80, {"cs5.example.company.com"}, {4}, false}}},
+      // 23.02: node groups, one allocated node and no reason.
+      {"slurm/23.02-sinfo-groups.json",
+       "sinfo --json node groups",
+       "v0.0.39",
+       {"localhost"},
+       {}},
+      {"slurm/23.11-scontrol-show-nodes.json",
+       "scontrol --json",
+       "v0.0.40",
+       {"host1"},
+       {drained}},
+      {"slurm/24.05-slurmrestd-nodes.json",
+       "slurmrestd",
+       "v0.0.41",
+       {"host1"},
+       {drained}},
+      // 24.11's manual: an idle node, its "meta" left out.
+      {"slurm/24.11-slurmrestd-node.json", "nodes JSON", "", {"host1"}, {}},
+      // 25.11: DOWN with the flag DYNAMIC_NORM, set by slurm at
+      // 1769096589.
+      {"slurm/25.11-scontrol-show-node.json",
+       "scontrol --json",
+       "v0.0.44",
+       {"compute-0"},
+       {{"slurm-down",
+         "Not responding (set by slurm at 2026-01-22T15:43:09)",
+         80,
+         {"compute-0"},
+         {1},
+         false}}},
+  };
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.file);
+    Imported const run = import_fixture("slurm", c.file);
+    EXPECT_EQ(run.warnings, "");
+    EXPECT_EQ(run.layout.layout, c.layout);
+    EXPECT_EQ(run.layout.version, c.version);
+    EXPECT_EQ(node_names(run.config), c.nodes);
+    EXPECT_EQ(findings(run.config), c.findings);
+  }
 }
 
 Config slurm_text(std::string const& text, std::string& warnings,
