@@ -9,8 +9,10 @@
 // severity, and which line or element it came from.
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
@@ -461,6 +463,32 @@ TEST(FieldSlurm, AReasonTableLineWithoutANodeListIsAWarning) {
             "vesk-report: in:2: warning: expected REASON|USER|TIMESTAMP|"
             "NODELIST, ignored \"not a record\"\n");
   EXPECT_EQ(findings(config).size(), 2u);
+}
+
+// The JSON report of a run names each import's layout and version.
+TEST(FieldLayouts, TheJsonReportNamesTheLayoutsRead) {
+  std::string const report = ::testing::TempDir() + "field_layouts.json";
+  std::ostringstream out, err;
+  std::string const table = kFixtures + "nhc/azure-health.log";
+  std::string const nodes = kFixtures + "slurm/23.11-scontrol-show-nodes.json";
+  int const status = run({"--import", "nhc=" + table, "--import",
+                          "slurm=" + nodes, "--report", "json=" + report},
+                         out, err);
+  EXPECT_EQ(status, kExitFailed);
+  EXPECT_EQ(err.str(), "");
+  std::ifstream in(report);
+  std::string const json((std::istreambuf_iterator<char>(in)),
+                         std::istreambuf_iterator<char>());
+  EXPECT_EQ(json.rfind("{\"schema_version\":\"1.5\",", 0), 0u) << json;
+  EXPECT_NE(json.find("\"inputs\":[{\"format\":\"nhc\",\"path\":\"" + table +
+                      "\",\"layout\":\"health table\",\"version\":null},"
+                      "{\"format\":\"slurm\",\"path\":\"" +
+                      nodes +
+                      "\",\"layout\":\"scontrol --json\",\"version\":"
+                      "\"v0.0.40\"}],"),
+            std::string::npos)
+      << json;
+  std::remove(report.c_str());
 }
 
 // ---------------------------------------------------------------- dcgm
