@@ -180,8 +180,7 @@ class TextReader {
         }
         from = end + 1;
       }
-      if (std::string const why = slurm_node_name_problem(name);
-          !why.empty()) {
+      if (std::string const why = slurm_node_name_problem(name); !why.empty()) {
         throw InputError(std::to_string(row) + ":1", why + " after NodeName=");
       }
     }
