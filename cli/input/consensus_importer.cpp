@@ -50,8 +50,7 @@ class ConsensusImporter {
                     std::string const& label, std::ostream* warn)
       : name_(format.size() > 10 ? format.substr(10) : "consensus"),
         alike_(alike),
-        label_(label),
-        warn_(warn),
+        warnings_(label, warn),
         builder_(format, "consensus: " + name_) {}
 
   Config run(std::string_view text) {
@@ -86,7 +85,7 @@ class ConsensusImporter {
       if (trim_line(line).empty()) continue;
       read_line(line, row);
     }
-    warn_rest();
+    warnings_.finish();
     decide();
     return builder_.finish();
   }
@@ -120,25 +119,13 @@ class ConsensusImporter {
     h.printed = true;
   }
 
-  void warn(std::int32_t row, std::string const& what) {
-    if (warn_ == nullptr || ++warnings_ > kMaxWarningLines) return;
-    *warn_ << one_line("vesk-report: " + label_ + ":" + std::to_string(row) +
-                       ": warning: " + what)
-           << "\n";
-  }
-
-  void warn_rest() {
-    if (warn_ != nullptr && warnings_ > kMaxWarningLines) {
-      *warn_ << more_warnings_line(label_, warnings_ - kMaxWarningLines);
-    }
-  }
-
   void read_line(std::string_view line, std::int32_t row) {
     std::string_view const text = without_cr(line);
     // The gathering tool's own line about a node that did not answer.
     if (starts_with_nocase(text, "pdsh@") ||
         starts_with_nocase(text, "clush: ")) {
-      warn(row, "no output to compare: " + std::string(trim_line(text)));
+      warnings_.warn(static_cast<std::size_t>(row),
+                     "no output to compare: " + std::string(trim_line(text)));
       return;
     }
     std::size_t end = 0;
@@ -239,12 +226,10 @@ class ConsensusImporter {
 
   std::string name_;
   bool alike_;
-  std::string label_;
-  std::ostream* warn_;
+  TextWarnings warnings_;
   ImportBuilder builder_;
   std::vector<Host> hosts_;
   std::unordered_map<std::string, std::size_t> index_;
-  std::size_t warnings_ = 0;
 };
 
 }  // namespace

@@ -13,9 +13,11 @@
 #include <vector>
 
 #include "cli/input/byte_source.hpp"
+#include "cli/input/host_name.hpp"
 #include "cli/input/import_builder.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
+#include "vesk/common/str.hpp"
 
 #include <simdjson.h>
 
@@ -81,8 +83,7 @@ class DcgmImporter {
   void read_file(std::string const& path, std::string& label,
                  std::ostream& warn) {
     label = path;
-    std::string const name = std::filesystem::path(path).filename().string();
-    host_ = name.substr(0, name.find('.'));
+    host_ = host_of_file(path);
     if (host_.empty()) {
       throw InputError("", "expected a file named after its host");
     }
@@ -177,7 +178,7 @@ class DcgmImporter {
   }
 
   struct Result {
-    std::string status;
+    std::string status;  // in lower case
     std::string gpus;
     std::vector<std::string> texts;
     std::int32_t row = 0;
@@ -201,14 +202,10 @@ class DcgmImporter {
                            }
                          });
     for (auto const& result : results) {
-      std::string status = result.status;
-      for (char& c : status) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-      }
       std::int32_t severity = 0;
-      if (status == "fail") {
+      if (result.status == "fail") {
         severity = 80;
-      } else if (status == "warn" || status == "warning") {
+      } else if (result.status == "warn" || result.status == "warning") {
         severity = 50;
       } else {
         continue;
@@ -282,15 +279,13 @@ class DcgmImporter {
     result.gpus = group + " " + result.gpus;
     static constexpr std::string_view kStatuses[] = {
         "pass", "fail", "warn", "warning", "skip", "not run", "notrun"};
-    std::string status = result.status;
-    for (char& c : status) {
-      if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
+    std::string const status = str::lower(result.status);
     if (std::find(std::begin(kStatuses), std::end(kStatuses), status) ==
         std::end(kStatuses)) {
       // Not a status the diagnostic prints: no finding, and said so.
       json.warn("unknown test status \"" + result.status + "\" ignored");
     }
+    result.status = status;
     return result;
   }
 

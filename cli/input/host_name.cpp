@@ -4,7 +4,9 @@
 
 #include "cli/input/host_name.hpp"
 
+#include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <stdexcept>
 #include <string>
 
@@ -38,6 +40,12 @@ bool host_numbers_fit(std::string_view name) {
 std::string host_numbers_error(std::string_view name) {
   return "expected a host name whose numbers fit in 32 bits, found \"" +
          std::string(name) + "\"";
+}
+
+std::string host_of_file(std::string const& path) {
+  std::string name = std::filesystem::path(path).filename().string();
+  name.resize(std::min(name.find('.'), name.size()));
+  return name;
 }
 
 }  // namespace cli

@@ -36,6 +36,13 @@ bool host_numbers_fit(std::string_view name);
 // What an input says of a name that does not fit, without its place.
 std::string host_numbers_error(std::string_view name);
 
+// host_of_file()
+//
+// The host a file of one node's output is named after: its name up to
+// the first "." ("/shared/diag/node017.json" gives "node017"; "" for a
+// name that starts with ".").
+std::string host_of_file(std::string const& path);
+
 }  // namespace cli
 }  // namespace vesk
 

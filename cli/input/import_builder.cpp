@@ -61,16 +61,19 @@ std::string stable_id(std::string_view prefix, std::string_view message) {
 ImportBuilder::ImportBuilder(std::string format, std::string title)
     : definition_("import/" + std::move(format)), title_(std::move(title)) {}
 
-void ImportBuilder::add_node(std::string const& hostname,
-                             std::string const& place) {
-  if (!nodes_seen_.emplace(hostname, true).second) return;
+std::size_t ImportBuilder::add_node(std::string const& hostname,
+                                    std::string const& place) {
+  auto const [it, added] = nodes_seen_.emplace(hostname, config_.nodes.size());
+  if (!added) return it->second;
   if (!host_numbers_fit(hostname)) {
+    nodes_seen_.erase(it);
     throw InputError(place, host_numbers_error(hostname));
   }
   Node node;
   node.name = hostname;
   node.hostname = hostname;
   config_.nodes.push_back(std::move(node));
+  return it->second;
 }
 
 std::vector<std::string> ImportBuilder::add_host_list(

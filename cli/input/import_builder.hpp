@@ -80,10 +80,15 @@ class ImportBuilder {
 
   // add_node()
   //
-  // Adds `hostname` to the nodes tested unless it is there. Throws
-  // InputError{place, ...} for a name the report could not fold (a number
-  // above 32 bits).
-  void add_node(std::string const& hostname, std::string const& place);
+  // Adds `hostname` to the nodes tested unless it is there, and returns
+  // its index among them (0 for the first met). Throws InputError{place,
+  // ...} for a name the report could not fold (a number above 32 bits).
+  std::size_t add_node(std::string const& hostname, std::string const& place);
+
+  // The host name of the node at `index` (as add_node() returned it).
+  std::string const& node_name(std::size_t index) const {
+    return config_.nodes[index].hostname;
+  }
 
   // add_host_list()
   //
@@ -121,7 +126,7 @@ class ImportBuilder {
   std::string definition_;
   std::string title_;
   Config config_;
-  std::unordered_map<std::string, bool> nodes_seen_;
+  std::unordered_map<std::string, std::size_t> nodes_seen_;  // index
   std::size_t listed_hosts_ = 0;  // names of the host lists so far
   std::size_t listed_bytes_ = 0;  // and their bytes, as counted above
   std::int64_t sequence_ = 0;

@@ -5,7 +5,6 @@
 #include "cli/input/importer.hpp"
 
 #include <algorithm>
-#include <filesystem>
 
 #include <stdexcept>
 
@@ -13,6 +12,7 @@
 #include "cli/input/byte_source.hpp"
 #include "cli/input/consensus_importer.hpp"
 #include "cli/input/dcgm_importer.hpp"
+#include "cli/input/host_name.hpp"
 #include "cli/input/input_error.hpp"
 #include "cli/input/nhc_importer.hpp"
 #include "cli/input/slurm_importer.hpp"
@@ -81,11 +81,8 @@ Config import_input(ImportRequest const& request, std::string& label,
     InputBytes bytes =
         read_input(request.path, 1, kMaxInputSize, InputKind::kText);
     // A log without hosts is the log of the node its file is named after.
-    std::string log_host;
-    if (request.path != "-") {
-      log_host = std::filesystem::path(request.path).filename().string();
-      log_host.resize(std::min(log_host.find('.'), log_host.size()));
-    }
+    std::string const log_host =
+        request.path == "-" ? "" : host_of_file(request.path);
     return import_nhc(bytes.text(), label, &warn, log_host, layout);
   }
   if (is_consensus(request.format)) {

@@ -6,8 +6,8 @@
 
 #include <cstdint>
 #include <ostream>
+#include <span>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -182,9 +182,7 @@ class NhcImporter {
     // A line with a host in front ("node01: ...") never reads as a
     // result of its own.
     if (log_host_.empty() || read_text(line).kind == Reading::kUnknown) return;
-    builder_.add_node(log_host_, "1:1");
-    note_node(log_host_);
-    log_nodes_ = {log_host_};
+    log_nodes_ = {builder_.add_node(log_host_, "1:1")};
     in_log_ = true;
     layouts_ |= kLog;
   }
@@ -193,8 +191,10 @@ class NhcImporter {
   void start_block(std::string_view header, std::size_t line_index) {
     std::string_view const set = gathered_node_set(header);
     std::string const place = std::to_string(line_index) + ":1";
-    block_nodes_ = builder_.add_host_list(set, place);
-    for (auto const& node : block_nodes_) note_node(node);
+    block_nodes_.clear();
+    for (auto const& node : builder_.add_host_list(set, place)) {
+      block_nodes_.push_back(builder_.add_node(node, place));
+    }
     in_block_ = true;
   }
 
@@ -211,9 +211,7 @@ class NhcImporter {
       while (end < rest.size() && is_host_char(rest[end])) ++end;
       if (end > 0 && end < rest.size() && rest[end] == ':') {
         std::string const host(rest.substr(0, end));
-        builder_.add_node(host, std::to_string(row) + ":1");
-        Seen& seen = note_node(host);
-        seen.result = true;
+        seen(builder_.add_node(host, std::to_string(row) + ":1")).result = true;
         builder_.add_finding(ImportBuilder::kObservation, "nhc-unreadable",
                              std::string(text), kUnreadable, {host}, row);
         return;
@@ -242,36 +240,37 @@ class NhcImporter {
       unknown(text, row);
       return;
     }
-    std::string const host(text.substr(0, end));
-    builder_.add_node(host, std::to_string(row) + ":1");
-    note_node(host);
+    std::size_t const node = builder_.add_node(std::string(text.substr(0, end)),
+                                               std::to_string(row) + ":1");
     rest = trim_line(rest);
     if (rest.empty()) {
-      note_node(host).result = true;
+      seen(node).result = true;
       return;
     }
-    add(rest, {host}, row);
+    add(rest, std::span(&node, 1), row);
   }
 
-  void add(std::string_view text, std::vector<std::string> const& nodes,
+  // `nodes`: indexes of the nodes tested (ImportBuilder::add_node()).
+  void add(std::string_view text, std::span<std::size_t const> nodes,
            std::int32_t row) {
     Reading reading = read_text(text);
     if (reading.kind == Reading::kUnknown) {
       unknown(text, row);
-      for (auto const& node : nodes) {
-        Seen& seen = note_node(node);
-        if (seen.unknown_row == 0) seen.unknown_row = row;
+      for (std::size_t const node : nodes) {
+        Seen& said = seen(node);
+        if (said.unknown_row == 0) said.unknown_row = row;
       }
       return;
     }
-    for (auto const& node : nodes) note_node(node).result = true;
+    for (std::size_t const node : nodes) seen(node).result = true;
     if (reading.kind == Reading::kStatus) return;
     // One result per node: a result on several nodes would say that they
     // fail together (a link between them), which a block of nodes that
     // printed the same line does not.
-    for (auto const& node : nodes) {
+    for (std::size_t const node : nodes) {
       builder_.add_finding(ImportBuilder::kObservation, reading.id,
-                           reading.message, reading.severity, {node}, row);
+                           reading.message, reading.severity,
+                           {builder_.node_name(node)}, row);
     }
   }
 
@@ -288,19 +287,19 @@ class NhcImporter {
     std::int32_t unknown_row = 0;
   };
 
-  Seen& note_node(std::string const& node) {
-    auto const [it, added] = seen_index_.emplace(node, seen_.size());
-    if (added) seen_.push_back({node, Seen{}});
-    return seen_[it->second].second;
+  // What the node at `index` (of the nodes tested) said so far.
+  Seen& seen(std::size_t index) {
+    if (index >= seen_.size()) seen_.resize(index + 1);
+    return seen_[index];
   }
 
   // A node that printed only lines that could not be read gave no result.
   void report_silent_nodes() {
-    for (auto const& [node, seen] : seen_) {
-      if (seen.result || seen.unknown_row == 0) continue;
+    for (std::size_t node = 0; node < seen_.size(); ++node) {
+      if (seen_[node].result || seen_[node].unknown_row == 0) continue;
       builder_.add_finding(ImportBuilder::kObservation, "nhc-no-results",
-                           "No results reported", kNoResults, {node},
-                           seen.unknown_row);
+                           "No results reported", kNoResults,
+                           {builder_.node_name(node)}, seen_[node].unknown_row);
     }
   }
 
@@ -310,10 +309,9 @@ class NhcImporter {
   unsigned layouts_ = 0;
   bool in_block_ = false;
   bool in_log_ = false;
-  std::vector<std::string> block_nodes_;
-  std::vector<std::string> log_nodes_;
-  std::vector<std::pair<std::string, Seen>> seen_;
-  std::unordered_map<std::string, std::size_t> seen_index_;
+  std::vector<std::size_t> block_nodes_;  // indexes of the nodes tested
+  std::vector<std::size_t> log_nodes_;    // the one node of a log
+  std::vector<Seen> seen_;                // by index of the nodes tested
 };
 
 }  // namespace

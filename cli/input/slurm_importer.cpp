@@ -144,14 +144,15 @@ class SlurmImporter : public SlurmTextSink {
     if (error_code e = value.type().get(type)) {
       json.fail_json(e, "a state or a list of states");
     }
-    std::size_t const known = verdict.unknown.size();
+    auto take = [&](std::string const& state) {
+      for (auto const& word : verdict.take(state)) {
+        json.warn(slurm_unknown_state(word));
+      }
+    };
     if (type == ondemand::json_type::string) {
-      verdict.take(json.get_string(value));
+      take(json.get_string(value));
     } else {
-      for (auto const& state : json.get_strings(value)) verdict.take(state);
-    }
-    for (std::size_t i = known; i < verdict.unknown.size(); ++i) {
-      json.warn("unknown node state \"" + verdict.unknown[i] + "\" ignored");
+      for (auto const& state : json.get_strings(value)) take(state);
     }
   }
 

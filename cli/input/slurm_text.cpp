@@ -10,6 +10,7 @@
 
 #include "cli/input/input_error.hpp"
 #include "cli/input/json_reader.hpp"
+#include "vesk/common/str.hpp"
 
 namespace vesk {
 namespace cli {
@@ -18,14 +19,6 @@ namespace {
 constexpr char const* kLayouts =
     "sinfo --json output, a sinfo -R table, lines "
     "REASON|USER|TIMESTAMP|NODELIST or scontrol show node records";
-
-std::string upper(std::string_view text) {
-  std::string out(text);
-  for (char& c : out) {
-    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
-  }
-  return out;
-}
 
 // Every state and flag word the scheduler prints, long and short
 // ("ALLOCATED", "alloc"), in upper case. A word not here is warned about.
@@ -95,7 +88,8 @@ class TextReader {
   TextReader(SlurmTextSink& sink, TextWarnings& warnings)
       : sink_(sink), warnings_(warnings) {}
 
-  std::string read(std::string_view text) {
+  // The layout's name; `complete`: whether the layout lists every node.
+  std::string read(std::string_view text, bool& complete) {
     if (first_invalid_utf8(text) != text.size() ||
         text.find('\0') != std::string_view::npos) {
       throw InputError("1:1", std::string("expected ") + kLayouts);
@@ -105,31 +99,35 @@ class TextReader {
     while (first < lines.size() && trim_line(lines[first]).empty()) ++first;
     if (first < lines.size() &&
         trim_line(lines[first]).substr(0, 9) == "NodeName=") {
-      read_node_records(lines, warnings_);
+      complete = true;
+      read_node_records(lines);
       return layout_;
     }
-    complete_ = false;
-    read_reason_lines(lines, warnings_);
+    complete = false;
+    read_reason_lines(lines);
     return layout_;
   }
 
+ private:
   // `scontrol show node`: a record per node, on one line with -o
   // ("NodeName=cn02 ... State=IDLE+DRAIN ... Reason=GPU lost [root@
   // 2026-11-26T02:07:59]") or over several indented lines. The reason is
   // the rest of its line: it may hold blanks and "=".
-  void read_node_records(std::vector<std::string_view> const& lines,
-                         TextWarnings& warnings) {
+  void read_node_records(std::vector<std::string_view> const& lines) {
     layout_ = "scontrol show node";
     std::string name, state, reason;
     std::int32_t record_row = 0;
     auto flush = [&] {
       if (record_row == 0) return;
-      sink_.add_node(name, std::to_string(record_row) + ":1");
+      std::string const place = std::to_string(record_row) + ":1";
+      if (std::string const why = slurm_node_name_problem(name); !why.empty()) {
+        throw InputError(place, why + " after NodeName=");
+      }
+      sink_.add_node(name, place);
       SlurmVerdict verdict;
-      verdict.take(state);
-      for (auto const& word : verdict.unknown) {
-        warnings.warn(static_cast<std::size_t>(record_row),
-                      "unknown node state \"" + word + "\" ignored");
+      for (auto const& word : verdict.take(state)) {
+        warnings_.warn(static_cast<std::size_t>(record_row),
+                       slurm_unknown_state(word));
       }
       std::string user, time;
       // "TEXT [USER@TIME]"
@@ -158,8 +156,9 @@ class TextReader {
         reason.clear();
       } else if (record_row == 0 || lines[i].front() != ' ') {
         flush();  // a line that is not indented ends the record
-        warnings.warn(i + 1, "expected a node record NodeName=..., ignored \"" +
-                                 std::string(line.substr(0, 200)) + "\"");
+        warnings_.warn(i + 1,
+                       "expected a node record NodeName=..., ignored \"" +
+                           std::string(line.substr(0, 200)) + "\"");
         continue;
       }
       std::size_t reason_at =
@@ -180,15 +179,11 @@ class TextReader {
         }
         from = end + 1;
       }
-      if (std::string const why = slurm_node_name_problem(name); !why.empty()) {
-        throw InputError(std::to_string(row) + ":1", why + " after NodeName=");
-      }
     }
     flush();
   }
 
-  void read_reason_lines(std::vector<std::string_view> const& lines,
-                         TextWarnings& warnings) {
+  void read_reason_lines(std::vector<std::string_view> const& lines) {
     // Columns of the sinfo -R header, when there is one.
     std::size_t reason_at = 0, user_at = 0, time_at = 0, state_at = 0,
                 list_at = 0;
@@ -256,12 +251,12 @@ class TextReader {
         }
       }
       if (!readable) {
-        warnings.warn(i + 1, std::string("expected ") +
-                                 (table ? "a node list in the NODELIST column"
-                                        : "REASON|USER|TIMESTAMP|NODELIST") +
-                                 ", ignored \"" +
-                                 std::string(trim_line(line).substr(0, 200)) +
-                                 "\"");
+        warnings_.warn(i + 1, std::string("expected ") +
+                                  (table ? "a node list in the NODELIST column"
+                                         : "REASON|USER|TIMESTAMP|NODELIST") +
+                                  ", ignored \"" +
+                                  std::string(trim_line(line).substr(0, 200)) +
+                                  "\"");
         continue;
       }
       std::vector<std::string> const names = sink_.add_host_list(
@@ -270,9 +265,8 @@ class TextReader {
               std::to_string((table ? list_at : line.rfind('|') + 1) + 1));
       SlurmVerdict verdict;
       if (has_state) {
-        verdict.take(state);
-        for (auto const& word : verdict.unknown) {
-          warnings.warn(i + 1, "unknown node state \"" + word + "\" ignored");
+        for (auto const& word : verdict.take(state)) {
+          warnings_.warn(i + 1, slurm_unknown_state(word));
         }
       } else {
         verdict.drain = true;
@@ -286,10 +280,6 @@ class TextReader {
   SlurmTextSink& sink_;
   TextWarnings& warnings_;
   std::string layout_;
-  bool complete_ = true;
-
- public:
-  bool complete() const { return complete_; }
 };
 
 }  // namespace
@@ -311,8 +301,9 @@ std::string slurm_setter(std::string_view user, std::string_view time) {
   return text.empty() ? "" : "set" + text;
 }
 
-void SlurmVerdict::take(std::string_view state_text) {
-  std::string state = upper(state_text);
+std::vector<std::string> SlurmVerdict::take(std::string_view state_text) {
+  std::vector<std::string> unknown;
+  std::string state = str::upper(std::string(state_text));
   while (!state.empty() &&
          (state.back() == '*' || state.back() == '~' || state.back() == '#' ||
           state.back() == '!' || state.back() == '%' || state.back() == '$' ||
@@ -334,6 +325,7 @@ void SlurmVerdict::take(std::string_view state_text) {
     if (!part.empty() && !is_known_state(part)) unknown.push_back(part);
     from = end + 1;
   }
+  return unknown;
 }
 
 std::string slurm_node_name_problem(std::string_view name) {
@@ -348,12 +340,13 @@ std::string slurm_node_name_problem(std::string_view name) {
   return "";
 }
 
+std::string slurm_unknown_state(std::string_view word) {
+  return "unknown node state \"" + std::string(word) + "\" ignored";
+}
+
 std::string read_slurm_text(std::string_view text, SlurmTextSink& sink,
                             TextWarnings& warnings, bool& complete) {
-  TextReader reader(sink, warnings);
-  std::string layout = reader.read(text);
-  complete = reader.complete();
-  return layout;
+  return TextReader(sink, warnings).read(text, complete);
 }
 
 }  // namespace cli

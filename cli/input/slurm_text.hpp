@@ -33,16 +33,21 @@ namespace cli {
 //
 // What a node's states come to. take() reads one state text: a word or
 // words joined by "+", in any case, with the marks sinfo appends ("*",
-// "~", "#", ...); a word the scheduler does not print is kept in
-// `unknown`, as given (in upper case).
+// "~", "#", ...), and returns the words the scheduler does not print (in
+// upper case), for a warning each (slurm_unknown_state()).
 struct SlurmVerdict {
   bool down = false;   // DOWN
   bool fail = false;   // FAIL, FAILING
   bool drain = false;  // DRAIN, DRAINED, DRAINING, DRNG
-  std::vector<std::string> unknown;
 
-  void take(std::string_view state_text);
+  [[nodiscard]] std::vector<std::string> take(std::string_view state_text);
 };
+
+// slurm_unknown_state()
+//
+// The warning about a state word the scheduler does not print: "unknown
+// node state \"WORD\" ignored".
+std::string slurm_unknown_state(std::string_view word);
 
 // slurm_setter()
 //

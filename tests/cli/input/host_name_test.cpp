@@ -34,6 +34,13 @@ TEST(HostName, TheRefusalNamesTheHost) {
             "\"n2147483648\"");
 }
 
+TEST(HostOfFile, TheNameUpToItsFirstDot) {
+  EXPECT_EQ(host_of_file("/shared/diag/node017.json"), "node017");
+  EXPECT_EQ(host_of_file("logs/n0001.nhc.log"), "n0001");
+  EXPECT_EQ(host_of_file("gpu09"), "gpu09");
+  EXPECT_EQ(host_of_file("/var/log/.hidden.log"), "");
+}
+
 }  // namespace
 }  // namespace cli
 }  // namespace vesk
