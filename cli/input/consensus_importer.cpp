@@ -112,10 +112,17 @@ class ConsensusImporter {
     return place->second;
   }
 
+  // A line of a host's output, its control characters made visible
+  // escapes as it is read: they never reach a report raw, and the byte
+  // that marks a number in a template cannot stand for itself.
   void append(std::size_t at, std::string_view text) {
     Host& h = hosts_[at];
     if (h.printed) h.output += '\n';
-    h.output += text;
+    if (may_hold_controls(text)) {
+      h.output += visible_controls(std::string(text));
+    } else {
+      h.output += text;
+    }
     h.printed = true;
   }
 

@@ -117,7 +117,9 @@ AnalysisOutput& ImportBuilder::add_finding(Kind kind, std::string id,
   auto output = std::make_shared<AnalysisOutput>();
   output->sequence = sequence_++;
   output->id = std::move(id);
-  output->message = std::move(message);
+  // Text importers hand their lines as read: a control character becomes
+  // a visible escape here, before it can reach a report.
+  output->message = visible_controls(std::move(message));
   output->severity = severity;
   output->nodes = std::move(nodes);
   if (row_id > 0) output->row_ids.insert(row_id);

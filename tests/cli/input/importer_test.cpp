@@ -21,6 +21,7 @@
 
 #include "cli/app.hpp"
 #include "cli/input/byte_source.hpp"
+#include "cli/input/consensus_importer.hpp"
 #include "cli/input/import_builder.hpp"
 #include "cli/input/importer.hpp"
 #include "cli/input/input_error.hpp"
@@ -489,6 +490,28 @@ TEST(FieldLayouts, TheJsonReportNamesTheLayoutsRead) {
             std::string::npos)
       << json;
   std::remove(report.c_str());
+}
+
+// A control character in a text input reaches the report as a visible
+// escape ("\x1b"), whichever text layout it came in.
+TEST(FieldLayouts, ControlCharactersOfTextLayoutsBecomeVisible) {
+  Config const nhc = import_nhc("n1: ERROR: nhc: check_x: a\x1b[31mb\n");
+  EXPECT_EQ(findings(nhc)[0].message, "a\\x1b[31mb");
+  std::string warnings;
+  Config const scontrol = slurm_text(
+      "NodeName=n1 State=IDLE+DRAIN Reason=a\x1b]0;b "
+      "[root@2026-01-02T03:04:05]\n",
+      warnings);
+  EXPECT_EQ(findings(scontrol)[0].message,
+            "a\\x1b]0;b (set by root at 2026-01-02T03:04:05)");
+  // In a consensus of alike outputs the escape is text, not the mark of a
+  // number: "5.14.\x1f-427" and "5.14.0-427" are two outputs.
+  Config const consensus = import_consensus(
+      "c1: 5.14.0-427\nc2: 5.14.0-427\nc3: 5.14.\x1f-427\n", "consensus", true);
+  ASSERT_EQ(findings(consensus).size(), 1u);
+  EXPECT_EQ(findings(consensus)[0].message,
+            "Output differs from the majority (1 of 3 nodes): 5.14.\\x1f-427");
+  EXPECT_EQ(findings(consensus)[0].nodes, std::vector<std::string>{"c3"});
 }
 
 // ---------------------------------------------------------------- dcgm
